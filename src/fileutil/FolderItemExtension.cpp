@@ -1,0 +1,81 @@
+#include "fileutil/FolderItemExtension.h"
+
+#include "convert/UniversalExtension.h"
+#include "platform/Exceptions.h"
+#include "platform/Log.h"
+
+namespace grantwright::FolderItemExtension {
+
+const TextEncoding* ReadEncodingBitsZRN(const BinaryStreamRef& stream) {
+  NonNil(stream);
+  int sig[4] = {-1, -1, -1, -1};
+  stream->SetPosition(0);
+  const uint64_t count = stream->Length() < 4 ? stream->Length() : 4;
+  for (uint64_t i = 0; i < count; ++i) sig[i] = stream->ReadUInt8();
+  stream->SetPosition(0);
+
+  const auto at = [&](uint64_t position, const TextEncoding* encoding) {
+    stream->SetPosition(position);
+    return encoding;
+  };
+  if (sig[0] == 0xFF && sig[1] == 0xFE && sig[2] == 0x00 && sig[3] == 0x00) return at(4, Encodings::UTF32LE());
+  if (sig[0] == 0x00 && sig[1] == 0x00 && sig[2] == 0xFE && sig[3] == 0xFF) return at(4, Encodings::UTF32BE());
+  if (sig[0] == 0xFF && sig[1] == 0xFE) return at(2, Encodings::UTF16LE());
+  if (sig[0] == 0xFE && sig[1] == 0xFF) return at(2, Encodings::UTF16BE());
+  if (sig[0] == 0xEF && sig[1] == 0xBB && sig[2] == 0xBF) return at(3, Encodings::UTF8());
+  if (sig[0] == 0x00) return at(0, Encodings::UTF16BE());
+  if (sig[1] == 0x00) return at(0, Encodings::UTF16LE());
+
+  // No mark: skip leading bytes with the top bit set, which cannot start text by themselves.
+  while (!stream->EndOfFile()) {
+    if (stream->ReadUInt8() < 0x80) {
+      stream->SetPosition(stream->Position() - 1);
+      break;
+    }
+  }
+  return nullptr;
+}
+
+String ReadRemainderZRN(const BinaryStreamRef& stream, const TextEncoding* encoding) {
+  NonNil(stream);
+  const uint64_t count = stream->Length() > stream->Position() ? stream->Length() - stream->Position() : 0;
+  String text = stream->Read(count, nullptr);
+  if (encoding != nullptr) text = DefineEncoding(text, encoding);
+  return text;
+}
+
+namespace {
+
+bool Fail(const char* secondSentence, bool showErrorDialog) {
+  const String message = String("The chosen file cannot be read.") + EndOfLine + EndOfLine + secondSentence;
+  System::DebugLog(message);
+  if (showErrorDialog) MsgBox(message);
+  return false;
+}
+
+}  // namespace
+
+bool ReadContentsSmartZRN(const FolderItemRef& file, String& contents,
+                          const TextEncoding* overrideEncoding, bool showErrorDialog,
+                          bool replaceLineEndings, bool forceUTF8) {
+  contents = String();
+  if (!file || !file->Exists() || !file->IsReadable()) {
+    return Fail("ReadContentsSmartZRN() failed as the file was not found or readable.", showErrorDialog);
+  }
+  try {
+    const BinaryStreamRef stream = BinaryStream::Open(file, false);
+    const TextEncoding* found = ReadEncodingBitsZRN(stream);
+    contents = ReadRemainderZRN(stream, found);
+    stream->Close();
+  } catch (const IOException&) {
+    return Fail("Please ensure you have adequate permissions to access this file.", showErrorDialog);
+  }
+  if (overrideEncoding != nullptr && contents.Encoding() != overrideEncoding) {
+    contents = DefineEncoding(contents, overrideEncoding);
+  }
+  if (replaceLineEndings) contents = ReplaceLineEndings(contents, EndOfLine);
+  if (forceUTF8) contents = UniversalExtension::EnsureUTF8EncodingZRN(contents);
+  return true;
+}
+
+}  // namespace grantwright::FolderItemExtension

@@ -1,0 +1,38 @@
+#pragma once
+// FolderItemExtension: reading whole text files with their encoding found from the first
+// bytes.
+
+#include "platform/BinaryStream.h"
+#include "platform/FolderItem.h"
+#include "platform/String.h"
+#include "platform/TextEncoding.h"
+
+namespace grantwright::FolderItemExtension {
+
+// The encoding the first bytes of `stream` announce, leaving the stream at the first byte
+// of content. In this order: FF FE 00 00 UTF-32LE (position 4); 00 00 FE FF UTF-32BE (4);
+// FF FE UTF-16LE (2); FE FF UTF-16BE (2); EF BB BF UTF-8 (3); a first byte 00 UTF-16BE
+// (0); a second byte 00 UTF-16LE (0). Otherwise null, with the leading bytes that have the
+// top bit set skipped (all of them when no byte below 0x80 follows).
+// A nil stream raises NilObjectException; read errors raise IOException.
+const TextEncoding* ReadEncodingBitsZRN(const BinaryStreamRef& stream);
+
+// The bytes from the position to the end, tagged `encoding` (null: untagged).
+// A nil stream raises NilObjectException; read errors raise IOException.
+String ReadRemainderZRN(const BinaryStreamRef& stream, const TextEncoding* encoding);
+
+// Reads the whole text of `file` into `contents`: finds the encoding, then tags the text
+// with `overrideEncoding` when given (bytes unchanged), replaces line endings with the
+// platform's when asked, and brings the text to UTF-8 (EnsureUTF8EncodingZRN) when asked.
+//
+// Returns false, with `contents` empty, when the file is nil, missing or unreadable, or
+// when reading raises IOException; the message "The chosen file cannot be read." followed
+// by two line ends and "ReadContentsSmartZRN() failed as the file was not found or
+// readable." (first case) or "Please ensure you have adequate permissions to access this
+// file." (second case) then goes to the system log, and also to MsgBox when
+// `showErrorDialog` is true. Any other exception passes to the caller.
+bool ReadContentsSmartZRN(const FolderItemRef& file, String& contents,
+                          const TextEncoding* overrideEncoding, bool showErrorDialog,
+                          bool replaceLineEndings, bool forceUTF8);
+
+}  // namespace grantwright::FolderItemExtension

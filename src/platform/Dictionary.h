@@ -1,0 +1,45 @@
+#pragma once
+// Dictionary: a map from Variant keys to Variant values that keeps the order in which keys
+// were first set. Keys compare as Variant::KeyEquals says (String keys ignoring case);
+// setting a key that exists replaces its value in place. Held by reference.
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "platform/Object.h"
+#include "platform/Variant.h"
+
+namespace grantwright {
+
+class Dictionary : public Object {
+ public:
+  const char* ClassName() const override { return "Dictionary"; }
+
+  size_t Count() const { return entries_.size(); }
+  bool HasKey(const Variant& key) const { return Find(key) != kMissing; }
+  // The value under `key`, else `fallback`.
+  Variant Lookup(const Variant& key, const Variant& fallback) const;
+  // The value under `key`; throws RuntimeException ("key not found") when it is missing.
+  Variant Value(const Variant& key) const;
+  void SetValue(const Variant& key, Variant value);
+
+  // The i-th key and value in insertion order; throws RuntimeException when out of range.
+  const Variant& Key(size_t index) const;
+  const Variant& ValueAt(size_t index) const;
+  const std::vector<std::pair<Variant, Variant>>& Entries() const { return entries_; }
+
+ private:
+  static constexpr size_t kMissing = static_cast<size_t>(-1);
+  size_t Find(const Variant& key) const;
+
+  std::vector<std::pair<Variant, Variant>> entries_;
+  // String keys by their case-folded text, for dictionaries past a few entries.
+  std::unordered_map<std::string, size_t> stringIndex_;
+};
+
+using DictionaryRef = std::shared_ptr<Dictionary>;
+
+}  // namespace grantwright

@@ -1,0 +1,77 @@
+#include "platform/Log.h"
+
+#include <fcntl.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace grantwright {
+
+namespace {
+
+LogSink& Sink() {
+  static LogSink sink;
+  return sink;
+}
+
+bool WriteAll(int fd, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t n = ::write(fd, bytes.data(), bytes.size());
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return false;
+    }
+    bytes.remove_prefix(static_cast<size_t>(n));
+  }
+  return true;
+}
+
+bool WriteLine(int fd, std::string_view text) {
+  std::string line;
+  line.reserve(text.size() + 1);
+  line.append(text);
+  line.push_back('\n');
+  return WriteAll(fd, line);
+}
+
+bool LogToStandardError() {
+  const char* target = std::getenv("GRANTWRIGHT_LOG");
+  return target != nullptr && std::strcmp(target, "stderr") == 0;
+}
+
+}  // namespace
+
+namespace System {
+void DebugLog(const String& message) {
+  const std::string text = message.Utf8();
+  if (Sink()) {
+    Sink()(text);
+    return;
+  }
+  if (LogToStandardError()) {
+    WriteLine(STDERR_FILENO, text);
+    return;
+  }
+  static const bool opened = (openlog("grantwright", LOG_PID, LOG_USER), true);
+  (void)opened;
+  syslog(LOG_DEBUG, "%s", text.c_str());
+}
+}  // namespace System
+
+void MsgBox(const String& message) { WriteLine(STDERR_FILENO, message.Utf8()); }
+
+bool WriteStandardOutputLine(std::string_view text) { return WriteLine(STDOUT_FILENO, text); }
+
+bool StandardOutputIsOpen() { return ::fcntl(STDOUT_FILENO, F_GETFD) != -1; }
+
+LogSink SetLogSink(LogSink sink) {
+  LogSink previous = std::move(Sink());
+  Sink() = std::move(sink);
+  return previous;
+}
+
+}  // namespace grantwright

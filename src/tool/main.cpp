@@ -1,0 +1,50 @@
+// grantwright-helper [-a] -f <config path>
+//
+// Restores one file's owner, group and mode (or, with -a, its access control list) from
+// a typed XML configuration. Writes one line on standard output per failure and exits
+// 0 (applied), 255 (bad command line) or 254 (job failed). An exception that reaches the
+// top ends the process with one line "Unhandled exception: <class>[: <message>]" on
+// standard output and in the system log, and status 253.
+
+#include <csignal>
+#include <exception>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "platform/Exceptions.h"
+#include "platform/Log.h"
+#include "tool/App.h"
+#include "tool/GlobalMethods.h"
+
+namespace {
+
+constexpr int kUnhandledException = 253;
+
+int ReportUnhandled(const char* className, const std::string& message) {
+  std::string line = std::string("Unhandled exception: ") + className;
+  if (!message.empty()) line += ": " + message;
+  grantwright::GlobalMethods::WriteStdOut(grantwright::String(line));
+  grantwright::System::DebugLog(grantwright::String(line));
+  return kUnhandledException;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A parent that closes its end of the pipe must not kill the job half way.
+  std::signal(SIGPIPE, SIG_IGN);
+  std::vector<grantwright::String> args;
+  args.reserve(static_cast<size_t>(argc));
+  for (int i = 0; i < argc; ++i) args.emplace_back(argv[i]);
+  try {
+    grantwright::App app;
+    return static_cast<int>(app.Event_Run(args) & 0xFF);
+  } catch (const grantwright::RuntimeException& e) {
+    return ReportUnhandled(e.ClassName(), e.Message());
+  } catch (const std::bad_alloc&) {
+    return ReportUnhandled("OutOfMemoryException", std::string());
+  } catch (const std::exception& e) {
+    return ReportUnhandled("RuntimeException", e.what());
+  }
+}

@@ -1,0 +1,125 @@
+#include "support/TestSupport.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <grp.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+
+extern char** environ;
+
+namespace grantwright::testing {
+
+TempDir::TempDir() {
+  const char* base = std::getenv("TMPDIR");
+  std::string pattern = std::string(base && *base ? base : "/tmp") + "/grantwright-test-XXXXXX";
+  if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
+  ::chmod(pattern.c_str(), 0755);
+  path_ = pattern;
+}
+
+TempDir::~TempDir() {
+  std::error_code ec;
+  std::filesystem::remove_all(path_, ec);
+}
+
+std::string TempDir::Write(const std::string& name, const std::string& bytes) const {
+  const std::string path = *this / name;
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  if (fd < 0) throw std::runtime_error("cannot create " + path);
+  size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+    if (n <= 0) {
+      ::close(fd);
+      throw std::runtime_error("cannot write " + path);
+    }
+    done += static_cast<size_t>(n);
+  }
+  ::close(fd);
+  return path;
+}
+
+namespace {
+
+void Drain(int outFd, int errFd, std::string& out, std::string& err) {
+  struct pollfd fds[2] = {{outFd, POLLIN, 0}, {errFd, POLLIN, 0}};
+  int open = 2;
+  char buffer[65536];
+  while (open > 0) {
+    if (::poll(fds, 2, -1) < 0) {
+      if (errno == EINTR) continue;
+      break;
+    }
+    for (int i = 0; i < 2; ++i) {
+      if (fds[i].fd < 0 || !(fds[i].revents & (POLLIN | POLLHUP | POLLERR))) continue;
+      const ssize_t n = ::read(fds[i].fd, buffer, sizeof buffer);
+      if (n > 0) {
+        (i == 0 ? out : err).append(buffer, static_cast<size_t>(n));
+      } else {
+        fds[i].fd = -1;
+        --open;
+      }
+    }
+  }
+}
+
+}  // namespace
+
+ProcessResult Run(const std::vector<std::string>& argv, const RunOptions& options) {
+  int outPipe[2];
+  int errPipe[2];
+  if (::pipe2(outPipe, O_CLOEXEC) != 0 || ::pipe2(errPipe, O_CLOEXEC) != 0) {
+    throw std::runtime_error("pipe failed");
+  }
+  const pid_t pid = ::fork();
+  if (pid < 0) throw std::runtime_error("fork failed");
+  if (pid == 0) {
+    ::dup2(outPipe[1], STDOUT_FILENO);
+    ::dup2(errPipe[1], STDERR_FILENO);
+    for (const std::string& entry : options.env) ::putenv(const_cast<char*>(entry.c_str()));
+    if (options.gid != static_cast<gid_t>(-1) && (::setgroups(0, nullptr) != 0 || ::setgid(options.gid) != 0)) _exit(126);
+    if (options.uid != static_cast<uid_t>(-1) && ::setuid(options.uid) != 0) _exit(126);
+    std::vector<char*> args;
+    for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+    args.push_back(nullptr);
+    ::execv(args[0], args.data());
+    _exit(127);
+  }
+  ::close(outPipe[1]);
+  ::close(errPipe[1]);
+  ProcessResult result;
+  Drain(outPipe[0], errPipe[0], result.out, result.err);
+  ::close(outPipe[0]);
+  ::close(errPipe[0]);
+  int status = 0;
+  while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+  }
+  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return result;
+}
+
+std::string HelperPath() { return GRANTWRIGHT_HELPER; }
+
+ProcessResult RunHelper(const std::vector<std::string>& args, const RunOptions& options) {
+  std::vector<std::string> argv{HelperPath()};
+  argv.insert(argv.end(), args.begin(), args.end());
+  return Run(argv, options);
+}
+
+LogCapture::LogCapture() {
+  previous_ = SetLogSink([this](std::string_view line) { lines_.emplace_back(line); });
+}
+
+LogCapture::~LogCapture() { SetLogSink(std::move(previous_)); }
+
+bool IsRoot() { return ::geteuid() == 0; }
+
+}  // namespace grantwright::testing

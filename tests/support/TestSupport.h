@@ -1,0 +1,69 @@
+#pragma once
+// What the tests share: a fresh temporary folder, files written into it, the built helper
+// run as a real process, and the system log captured in process.
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/Log.h"
+
+namespace grantwright::testing {
+
+// A fresh folder under $TMPDIR (or /tmp), removed with everything in it on destruction.
+class TempDir {
+ public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+  const std::string& path() const { return path_; }
+  // Writes `bytes` to `name` inside the folder (mode 0644) and gives the full path.
+  std::string Write(const std::string& name, const std::string& bytes) const;
+  std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+
+ private:
+  std::string path_;
+};
+
+struct ProcessResult {
+  int status = -1;       // exit status, or 128 + signal number
+  std::string out;       // standard output
+  std::string err;       // standard error
+};
+
+struct RunOptions {
+  std::vector<std::string> env;  // extra NAME=value entries
+  uid_t uid = static_cast<uid_t>(-1);  // run as this user (root only); -1 keeps ours
+  gid_t gid = static_cast<gid_t>(-1);
+};
+
+// Runs `argv` (argv[0] is the program's path) and waits for it.
+ProcessResult Run(const std::vector<std::string>& argv, const RunOptions& options = {});
+// Runs the built helper with `args` after its own path.
+ProcessResult RunHelper(const std::vector<std::string>& args, const RunOptions& options = {});
+
+std::string HelperPath();
+
+// Captures System.DebugLog lines for its lifetime.
+class LogCapture {
+ public:
+  LogCapture();
+  ~LogCapture();
+  const std::vector<std::string>& lines() const { return lines_; }
+
+ private:
+  std::vector<std::string> lines_;
+  LogSink previous_;
+};
+
+bool IsRoot();
+
+}  // namespace grantwright::testing
+
+// Skips the current test with a message when the process is not root.
+#define GRANTWRIGHT_REQUIRE_ROOT()                                             \
+  do {                                                                         \
+    if (!::grantwright::testing::IsRoot()) GTEST_SKIP() << "needs root";       \
+  } while (0)
