@@ -3,11 +3,19 @@
 //
 // The native path is the POSIX path as given. Queries look at the file system each time
 // they are called; nothing is cached.
+//
+// Changes (SetOwner, SetGroup, SetPermissions, and Acl::SetFile) all reach the item
+// through one descriptor, opened when the item is located (Locate, or else the first
+// change) and kept for the object's life. So every change lands on the item that was found,
+// even if the path is renamed or replaced meanwhile. The descriptor does not follow a
+// symbolic link in the last path component: such an item is refused by every change
+// (LastErrorCode ELOOP), and neither the link nor what it points to is changed.
 
 #include <memory>
 #include <string>
 
 #include "platform/Object.h"
+#include "platform/Permissions.h"
 #include "platform/String.h"
 
 namespace grantwright {
@@ -15,6 +23,9 @@ namespace grantwright {
 class FolderItem : public Object {
  public:
   explicit FolderItem(std::string path) : path_(std::move(path)) {}
+  ~FolderItem() override;
+  FolderItem(const FolderItem&) = delete;
+  FolderItem& operator=(const FolderItem&) = delete;
   const char* ClassName() const override { return "FolderItem"; }
 
   const std::string& NativePath() const { return path_; }
@@ -27,6 +38,23 @@ class FolderItem : public Object {
   bool IsReadable() const;
   bool Directory() const;
 
+  // Finds the item that the path names now as the one later changes go to, and gives
+  // whether it is there, as Exists does: a symbolic link counts by what it points to (and
+  // is then refused by the changes). LastErrorCode: 0, or the errno of the failed lookup.
+  // Calling it again finds the item anew.
+  bool Locate();
+
+  // Sets the owner to the account `name`; a name of decimal digits that no account has is
+  // taken as the user id. LastErrorCode: 0 on success; EINVAL for an empty name, a name no
+  // account has and that is no usable id, or one holding a NUL byte; ELOOP for a symbolic
+  // link; else the errno of the failed lookup or change. Nothing is changed on failure.
+  void SetOwner(const String& name);
+  // Sets the group to the group `name`, by the same rules as SetOwner.
+  void SetGroup(const String& name);
+  // Sets the twelve mode bits to those of `permissions` (a nil object raises
+  // NilObjectException). LastErrorCode as above.
+  void SetPermissions(const PermissionsRef& permissions);
+
   // errno of the last operation on this object that reports one; 0 after success.
   int LastErrorCode() const { return lastErrorCode_; }
 
@@ -34,8 +62,17 @@ class FolderItem : public Object {
   void SetLastErrorCode(int code) { lastErrorCode_ = code; }
 
  private:
+  friend class Acl;
+
+  // The located item's descriptor for a change (locating it first when that has not been
+  // done); -1 with LastErrorCode set when there is no item or it is a symbolic link.
+  int ChangeDescriptor();
+  // A path that reaches the item of `descriptor` for calls that take no descriptor.
+  static std::string DescriptorPath(int descriptor);
+
   std::string path_;
   int lastErrorCode_ = 0;
+  int descriptor_ = -1;
 };
 
 using FolderItemRef = std::shared_ptr<FolderItem>;

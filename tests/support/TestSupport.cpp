@@ -122,4 +122,17 @@ LogCapture::~LogCapture() { SetLogSink(std::move(previous_)); }
 
 bool IsRoot() { return ::geteuid() == 0; }
 
+std::string Getfacl(const std::string& path) {
+  const ProcessResult r = Run({"/usr/bin/getfacl", "-c", "-E", path});
+  if (r.status != 0) throw std::runtime_error("getfacl failed: " + r.err);
+  return r.out;
+}
+
+void Setfacl(const std::vector<std::string>& args) {
+  std::vector<std::string> argv{"/usr/bin/setfacl"};
+  argv.insert(argv.end(), args.begin(), args.end());
+  const ProcessResult r = Run(argv);
+  if (r.status != 0) throw std::runtime_error("setfacl failed: " + r.err);
+}
+
 }  // namespace grantwright::testing

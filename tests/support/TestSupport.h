@@ -60,6 +60,11 @@ class LogCapture {
 
 bool IsRoot();
 
+// getfacl's listing of `path`: no header, no effective-rights comments, names by name.
+std::string Getfacl(const std::string& path);
+// Runs setfacl with `args`; throws when it fails.
+void Setfacl(const std::vector<std::string>& args);
+
 }  // namespace grantwright::testing
 
 // Skips the current test with a message when the process is not root.
