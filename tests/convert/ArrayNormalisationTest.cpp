@@ -1,0 +1,180 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "convert/UniversalExtension.h"
+#include "platform/Date.h"
+#include "platform/Dictionary.h"
+#include "platform/FolderItem.h"
+#include "support/TestSupport.h"
+
+namespace grantwright::testing {
+namespace {
+
+using UniversalExtension::ArrayValueZRN;
+using UniversalExtension::StringArrayValueZRN;
+
+constexpr const char* kConvertFailed = "Failed to convert variant to correct type.";
+
+std::shared_ptr<Date> SomeDate() { return std::make_shared<Date>(2024, 2, 29, 13, 5, 9, 0.0); }
+
+TEST(TypedArrayRead, OnlyTheExactElementTypeReads) {
+  const auto dict = std::make_shared<Dictionary>();
+  const Variant values[] = {
+      NewArray<bool>({true}),   NewArray<Color>({Color{1}}), NewArray<int32_t>({1}),
+      NewArray<int64_t>({1}),   NewArray<float>({1}),         NewArray<double>({1}),
+      NewArray<String>({"a"}),  NewArray<Variant>({"a"}),
+      ObjectArray{NewArray<ObjectRef>({SomeDate()}), "Date"},
+      ObjectArray{NewArray<ObjectRef>({dict}), "Dictionary"},
+      ObjectArray{NewArray<ObjectRef>({dict}), "Object"},
+  };
+  const int codes[] = {11, 16, 2, 3, 4, 5, 8, 9, 7, 9, 9};
+  // Which reads each value takes, in the order of `reads` below.
+  const char* accepted[] = {"b", "c", "i", "l", "s", "d", "t", "v", "D", "Y", "v"};
+  const std::pair<char, std::function<void(const Variant&)>> reads[] = {
+      {'b', [](const Variant& v) { v.ArrayAs<bool>(); }},
+      {'c', [](const Variant& v) { v.ArrayAs<Color>(); }},
+      {'i', [](const Variant& v) { v.ArrayAs<int32_t>(); }},
+      {'l', [](const Variant& v) { v.ArrayAs<int64_t>(); }},
+      {'s', [](const Variant& v) { v.ArrayAs<float>(); }},
+      {'d', [](const Variant& v) { v.ArrayAs<double>(); }},
+      {'t', [](const Variant& v) { v.ArrayAs<String>(); }},
+      {'v', [](const Variant& v) { v.ObjectElements(); }},
+      {'D', [](const Variant& v) { v.ObjectArrayOf("Date"); }},
+      {'Y', [](const Variant& v) { v.ObjectArrayOf("Dictionary"); }},
+  };
+  for (size_t i = 0; i < std::size(values); ++i) {
+    SCOPED_TRACE(i);
+    EXPECT_TRUE(values[i].IsArray());
+    EXPECT_EQ(values[i].ArrayElementType(), codes[i]);
+    for (const auto& [name, read] : reads) {
+      const bool takes = std::string(accepted[i]).find(name) != std::string::npos;
+      if (takes) {
+        EXPECT_NO_THROW(read(values[i])) << name;
+      } else {
+        EXPECT_THROW(read(values[i]), TypeMismatchException) << name;
+      }
+    }
+  }
+  EXPECT_THROW(Variant("a").ObjectElements(), TypeMismatchException);
+  EXPECT_EQ(Variant("a").ArrayElementType(), 0);
+}
+
+TEST(ArrayValueZRN, NoArrayOrAnEmptyOneGivesAnEmptyResult) {
+  LogCapture log;
+  const Variant values[] = {
+      Variant(),
+      "read",
+      int64_t{3},
+      std::make_shared<Dictionary>(),
+      NewArray<bool>(),
+      NewArray<Color>(),
+      NewArray<int32_t>(),
+      NewArray<int64_t>(),
+      NewArray<float>(),
+      NewArray<double>(),
+      NewArray<String>(),
+      NewArray<Variant>(),
+      ObjectArray{NewArray<ObjectRef>(), "Date"},
+      ObjectArray{NewArray<ObjectRef>(), "FolderItem"},
+  };
+  for (const Variant& value : values) EXPECT_TRUE(ArrayValueZRN(value).empty());
+  EXPECT_TRUE(log.lines().empty());
+}
+
+TEST(ArrayValueZRN, EveryElementTypeArrivesAsItsValue) {
+  const auto date = SomeDate();
+  const struct {
+    Variant value;
+    int type;           // type code of each result element
+    std::string first;  // text of element 0
+  } cases[] = {
+      {NewArray<bool>({true, false}), 11, "True"},
+      {NewArray<Color>({Color{0xFF00FF00}, Color{1}}), 16, "&hFF00FF00"},
+      {ObjectArray{NewArray<ObjectRef>({date, date}), "Date"}, 7, "2024-02-29 13:05:09"},
+      {NewArray<double>({2.5, -1}), 5, "2.5"},
+      {NewArray<int32_t>({-7, 2147483647}), 3, "-7"},  // 32-bit integers arrive as 64-bit
+      {NewArray<int64_t>({int64_t{1} << 40, 0}), 3, "1099511627776"},
+      {NewArray<float>({0.5f, 1}), 4, "0.5"},
+      {NewArray<String>({"read", "write"}), 8, "read"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.first);
+    const std::vector<Variant> result = ArrayValueZRN(c.value);
+    ASSERT_EQ(result.size(), 2u);
+    for (const Variant& element : result) EXPECT_EQ(element.Type(), c.type);
+    EXPECT_EQ(result[0].StringValue().Bytes(), c.first);
+  }
+  const std::vector<Variant> dates =
+      ArrayValueZRN(ObjectArray{NewArray<ObjectRef>({date}), "Date"});
+  EXPECT_EQ(dates[0].ObjectValue(), date);  // shared, not copied
+}
+
+TEST(ArrayValueZRN, ObjectArraysKeepObjectsAndNilAndNestArrays) {
+  LogCapture log;
+  const auto a = std::make_shared<Dictionary>();
+  const auto b = std::make_shared<Dictionary>();
+  const std::vector<Variant> dicts =
+      ArrayValueZRN(ObjectArray{NewArray<ObjectRef>({a, b}), "Dictionary"});
+  ASSERT_EQ(dicts.size(), 2u);
+  EXPECT_EQ(dicts[0].ObjectValue(), a);
+  EXPECT_EQ(dicts[1].ObjectValue(), b);
+
+  const std::vector<Variant> mixed =
+      ArrayValueZRN(NewArray<Variant>({"read", nullptr, NewArray<int32_t>({4, 5}), a}));
+  ASSERT_EQ(mixed.size(), 4u);
+  EXPECT_EQ(mixed[0].StringValue().Bytes(), "read");
+  EXPECT_TRUE(mixed[1].IsNil());
+  ASSERT_TRUE(mixed[2].IsArray());
+  const std::vector<Variant> nested = mixed[2].ObjectElements();
+  ASSERT_EQ(nested.size(), 2u);
+  EXPECT_EQ(nested[1].Type(), Variant::kInt64);
+  EXPECT_EQ(nested[1].Int64Value(), 5);
+  EXPECT_EQ(mixed[3].ObjectValue(), a);
+
+  const std::vector<Variant> objects =
+      ArrayValueZRN(ObjectArray{NewArray<ObjectRef>({nullptr, a}), "Object"});
+  ASSERT_EQ(objects.size(), 2u);
+  EXPECT_TRUE(objects[0].IsNil());
+  EXPECT_TRUE(log.lines().empty());
+
+  // An array of a class that is neither: the log line, then element 0 is no array.
+  const Variant files = ObjectArray{NewArray<ObjectRef>({PathToFolderItem("/tmp")}), "FolderItem"};
+  EXPECT_THROW(ArrayValueZRN(files), TypeMismatchException);
+  EXPECT_EQ(log.lines(), std::vector<std::string>{kConvertFailed});
+}
+
+TEST(StringArrayValueZRN, TextOfTheUsableElements) {
+  auto dict = std::make_shared<Dictionary>();
+  dict->SetValue("Mixed", NewArray<Variant>({"read", int64_t{5}, std::make_shared<Dictionary>(),
+                                             nullptr, true, 2.5, SomeDate(),
+                                             NewArray<Variant>({"x"})}));
+  dict->SetValue("Objects", ObjectArray{NewArray<ObjectRef>({std::make_shared<Dictionary>(),
+                                                             nullptr, SomeDate()}),
+                                        "Object"});
+  dict->SetValue("Text", "read");
+  dict->SetValue("Typed", NewArray<String>({"read"}));
+  dict->SetValue("Dicts", ObjectArray{NewArray<ObjectRef>({}), "Dictionary"});
+
+  const auto texts = [](const std::vector<String>& strings) {
+    std::vector<std::string> out;
+    for (const String& s : strings) out.push_back(s.Bytes());
+    return out;
+  };
+  EXPECT_EQ(texts(StringArrayValueZRN(dict, "mixed")),
+            (std::vector<std::string>{"read", "5", "True", "2.5", "2024-02-29 13:05:09"}));
+  EXPECT_EQ(texts(StringArrayValueZRN(dict, "Objects")),
+            std::vector<std::string>{"2024-02-29 13:05:09"});
+  EXPECT_TRUE(StringArrayValueZRN(nullptr, "Mixed").empty());
+  EXPECT_TRUE(StringArrayValueZRN(dict, "Missing").empty());
+  EXPECT_TRUE(StringArrayValueZRN(dict, "Text").empty());
+  // Only arrays of Variant or of objects are read; the general conversion takes the rest.
+  EXPECT_THROW(StringArrayValueZRN(dict, "Typed"), TypeMismatchException);
+  EXPECT_THROW(StringArrayValueZRN(dict, "Dicts"), TypeMismatchException);
+  EXPECT_EQ(ArrayValueZRN(dict->Value("Typed")).size(), 1u);
+}
+
+}  // namespace
+}  // namespace grantwright::testing
