@@ -34,9 +34,12 @@ struct ProcessResult {
 };
 
 struct RunOptions {
-  std::vector<std::string> env;  // extra NAME=value entries
+  std::vector<std::string> env = {};  // extra NAME=value entries
   uid_t uid = static_cast<uid_t>(-1);  // run as this user (root only); -1 keeps ours
   gid_t gid = static_cast<gid_t>(-1);
+  // System calls (numbers, __NR_*) the process is refused with EPERM, through a seccomp
+  // filter installed before it starts: a real refusal at the kernel boundary.
+  std::vector<long> refusedSyscalls = {};
 };
 
 // Runs `argv` (argv[0] is the program's path) and waits for it.
