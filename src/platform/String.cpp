@@ -23,9 +23,9 @@ String::String(std::string bytes, const TextEncoding* encoding)
 
 namespace {
 
-bool ReadsAsUnicode(const String& s) {
-  return s.Encoding() != nullptr && s.Encoding()->IsUnicode();
-}
+// Tagged text is read as Unicode characters (a windows-1252 byte is one character either
+// way); untagged bytes are characters one by one.
+bool ReadsAsUnicode(const String& s) { return s.Encoding() != nullptr; }
 
 // The bytes that stand for the text in UTF-8 form, without copying when they already are.
 struct Utf8View {
@@ -33,7 +33,7 @@ struct Utf8View {
   Utf8View& operator=(const Utf8View&) = delete;
   explicit Utf8View(const String& s) {
     const TextEncoding* e = s.Encoding();
-    if (e == nullptr || !e->IsUnicode() || e == Encodings::UTF8()) {
+    if (e == nullptr || e == Encodings::UTF8() || e == Encodings::ASCII()) {
       view = s.Bytes();
     } else {
       owned = ConvertEncoding(s, Encodings::UTF8()).Bytes();
