@@ -1,8 +1,9 @@
 #pragma once
 // FolderItem: an object that stands for one path, whether or not an item is there.
 //
-// The native path is the POSIX path as given. Queries look at the file system each time
-// they are called; nothing is cached.
+// The native path is an absolute POSIX path: a relative path is taken against the current
+// folder when the item is made. Queries look at the file system each time they are
+// called; nothing is cached.
 //
 // Changes (SetOwner, SetGroup, SetPermissions, and Acl::SetFile) all reach the item
 // through one descriptor, opened when the item is located (Locate, or else the first
@@ -37,6 +38,12 @@ class FolderItem : public Object {
   // Whether this process may read the item (checked with the effective ids).
   bool IsReadable() const;
   bool Directory() const;
+
+  // The folder that holds this item; nil for "/" (and for an item without a path).
+  std::shared_ptr<FolderItem> Parent() const;
+  // The item called `name` inside this one, whether or not it exists; nil when no item can
+  // have that name (empty, ".", "..", or holding "/" or a NUL byte).
+  std::shared_ptr<FolderItem> Child(const String& name) const;
 
   // Finds the item that the path names now as the one later changes go to, and gives
   // whether it is there, as Exists does: a symbolic link counts by what it points to (and
@@ -77,7 +84,8 @@ class FolderItem : public Object {
 
 using FolderItemRef = std::shared_ptr<FolderItem>;
 
-// The item a POSIX path names; nil for an empty path or one that holds a NUL byte.
+// The item a POSIX path names; nil for an empty path, one that holds a NUL byte, or a
+// relative one when the current folder cannot be found.
 FolderItemRef PathToFolderItem(const String& path);
 
 }  // namespace grantwright
