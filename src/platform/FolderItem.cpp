@@ -1,65 +1,16 @@
 #include "platform/FolderItem.h"
 
 #include <fcntl.h>
-#include <grp.h>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdint>
 #include <cstdlib>
-#include <vector>
 
+#include "platform/Accounts.h"
 #include "platform/Exceptions.h"
 
 namespace grantwright {
-
-namespace {
-
-// A chown id of all bits set means "leave as it is", so it can never name an account.
-constexpr uint64_t kNoId = static_cast<uint32_t>(-1);
-
-// The id that a text of decimal digits stands for, or kNoId.
-uint64_t DecimalId(const std::string& text) {
-  if (text.empty() || text.size() > 10) return kNoId;
-  uint64_t value = 0;
-  for (const char c : text) {
-    if (c < '0' || c > '9') return kNoId;
-    value = value * 10 + static_cast<uint64_t>(c - '0');
-  }
-  return value < kNoId ? value : kNoId;
-}
-
-// Looks `name` up with a getpwnam_r-style function. Gives 0 and the id, or an errno.
-template <class Entry, class Id, class Lookup>
-int ResolveName(const String& name, Lookup lookup, Id Entry::*idField, Id& id) {
-  const std::string text = name.Utf8();
-  if (text.empty() || text.find('\0') != std::string::npos) return EINVAL;
-  const long suggested = ::sysconf(_SC_GETPW_R_SIZE_MAX);
-  std::vector<char> buffer(suggested > 0 ? static_cast<size_t>(suggested) : 1024);
-  Entry entry;
-  Entry* found = nullptr;
-  int error;
-  while ((error = lookup(text.c_str(), &entry, buffer.data(), buffer.size(), &found)) == ERANGE &&
-         buffer.size() < (size_t{1} << 20)) {
-    buffer.resize(buffer.size() * 2);
-  }
-  if (found != nullptr) {
-    id = entry.*idField;
-    return 0;
-  }
-  // "Not found" comes back as 0 or as one of these, depending on the database module.
-  if (error != 0 && error != ENOENT && error != ESRCH && error != EBADF && error != EPERM) {
-    return error;
-  }
-  const uint64_t numeric = DecimalId(text);
-  if (numeric == kNoId) return EINVAL;
-  id = static_cast<Id>(numeric);
-  return 0;
-}
-
-}  // namespace
 
 FolderItem::~FolderItem() {
   if (descriptor_ >= 0) ::close(descriptor_);
@@ -147,7 +98,7 @@ std::string FolderItem::DescriptorPath(int descriptor) {
 
 void FolderItem::SetOwner(const String& name) {
   uid_t uid = 0;
-  if (const int error = ResolveName<passwd>(name, ::getpwnam_r, &passwd::pw_uid, uid)) {
+  if (const int error = LookUpUserId(name, uid)) {
     lastErrorCode_ = error;
     return;
   }
@@ -158,7 +109,7 @@ void FolderItem::SetOwner(const String& name) {
 
 void FolderItem::SetGroup(const String& name) {
   gid_t gid = 0;
-  if (const int error = ResolveName<group>(name, ::getgrnam_r, &group::gr_gid, gid)) {
+  if (const int error = LookUpGroupId(name, gid)) {
     lastErrorCode_ = error;
     return;
   }

@@ -51,12 +51,12 @@ class FolderItem : public Object {
   // Calling it again finds the item anew.
   bool Locate();
 
-  // Sets the owner to the account `name`; a name of decimal digits that no account has is
-  // taken as the user id. LastErrorCode: 0 on success; EINVAL for an empty name, a name no
-  // account has and that is no usable id, or one holding a NUL byte; ELOOP for a symbolic
-  // link; else the errno of the failed lookup or change. Nothing is changed on failure.
+  // Sets the owner to the account `name`, found as LookUpUserId finds it (a name of
+  // decimal digits that no account has is the id). LastErrorCode: 0 on success; the
+  // lookup's error (EINVAL for an empty or unknown name); ELOOP for a symbolic link; else
+  // the errno of the change. Nothing is changed on failure.
   void SetOwner(const String& name);
-  // Sets the group to the group `name`, by the same rules as SetOwner.
+  // Sets the group to the group `name` (LookUpGroupId), by the same rules as SetOwner.
   void SetGroup(const String& name);
   // Sets the twelve mode bits to those of `permissions` (a nil object raises
   // NilObjectException). LastErrorCode as above.

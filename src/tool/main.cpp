@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/Accounts.h"
 #include "platform/Exceptions.h"
 #include "platform/Log.h"
 #include "tool/App.h"
@@ -34,6 +35,7 @@ int ReportUnhandled(const char* className, const std::string& message) {
 int main(int argc, char** argv) {
   // A parent that closes its end of the pipe must not kill the job half way.
   std::signal(SIGPIPE, SIG_IGN);
+  grantwright::ConfineAccountLookupsWhenStatic();
   std::vector<grantwright::String> args;
   args.reserve(static_cast<size_t>(argc));
   for (int i = 0; i < argc; ++i) args.emplace_back(argv[i]);

@@ -1,0 +1,76 @@
+#include "platform/Accounts.h"
+
+#include <grp.h>
+#include <nss.h>
+#include <pwd.h>
+#include <sys/auxv.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace grantwright {
+
+namespace {
+
+constexpr uint64_t kNoId = static_cast<uint32_t>(-1);
+
+// The id that a text of decimal digits stands for, or kNoId.
+uint64_t DecimalId(const std::string& text) {
+  if (text.empty() || text.size() > 10) return kNoId;
+  uint64_t value = 0;
+  for (const char c : text) {
+    if (c < '0' || c > '9') return kNoId;
+    value = value * 10 + static_cast<uint64_t>(c - '0');
+  }
+  return value < kNoId ? value : kNoId;
+}
+
+// Looks `name` up with a getpwnam_r-style function, growing the buffer as it asks.
+template <class Entry, class Id, class Lookup>
+int LookUp(const String& name, Lookup lookup, Id Entry::*idField, Id& id) {
+  const std::string text = name.Utf8();
+  if (text.empty() || text.find('\0') != std::string::npos) return EINVAL;
+  const long suggested = ::sysconf(_SC_GETPW_R_SIZE_MAX);
+  std::vector<char> buffer(suggested > 0 ? static_cast<size_t>(suggested) : 1024);
+  Entry entry;
+  Entry* found = nullptr;
+  int error;
+  while ((error = lookup(text.c_str(), &entry, buffer.data(), buffer.size(), &found)) == ERANGE &&
+         buffer.size() < (size_t{1} << 20)) {
+    buffer.resize(buffer.size() * 2);
+  }
+  if (found != nullptr) {
+    id = entry.*idField;
+    return 0;
+  }
+  // "No such name" comes back as 0 or as one of these, depending on the source.
+  if (error != 0 && error != ENOENT && error != ESRCH && error != EBADF && error != EPERM) {
+    return error;
+  }
+  const uint64_t numeric = DecimalId(text);
+  if (numeric == kNoId) return EINVAL;
+  id = static_cast<Id>(numeric);
+  return 0;
+}
+
+}  // namespace
+
+int LookUpUserId(const String& name, uid_t& id) {
+  return LookUp<passwd>(name, ::getpwnam_r, &passwd::pw_uid, id);
+}
+
+int LookUpGroupId(const String& name, gid_t& id) {
+  return LookUp<group>(name, ::getgrnam_r, &group::gr_gid, id);
+}
+
+void ConfineAccountLookupsWhenStatic() {
+  // A static executable has no program interpreter, so the kernel reports none.
+  if (::getauxval(AT_BASE) != 0) return;
+  ::__nss_configure_lookup("passwd", "files");
+  ::__nss_configure_lookup("group", "files");
+}
+
+}  // namespace grantwright

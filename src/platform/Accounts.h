@@ -1,0 +1,25 @@
+#pragma once
+// The account and group databases: names to ids, as chown(1) takes them.
+
+#include <sys/types.h>
+
+#include "platform/String.h"
+
+namespace grantwright {
+
+// The id of the account (LookUpUserId) or group (LookUpGroupId) called `name`; a name of
+// decimal digits that no account or group has is taken as the id itself, up to 4294967294
+// (all bits set would mean "leave as it is" to chown). Gives 0 and sets `id`, or an errno:
+// EINVAL for an empty name, one holding a NUL byte, and one that is neither a name in the
+// database nor such an id; the database's own errno when the lookup itself failed.
+int LookUpUserId(const String& name, uid_t& id);
+int LookUpGroupId(const String& name, gid_t& id);
+
+// Makes a statically linked process look accounts and groups up in the local files only
+// (/etc/passwd, /etc/group), which the C library has built in. Any other source is a
+// shared library that a static process cannot load safely: one that keeps thread-local
+// state crashes it. A dynamically linked process keeps every configured source. Call it
+// before the first lookup; the account names libacl reads and writes go through it too.
+void ConfineAccountLookupsWhenStatic();
+
+}  // namespace grantwright
