@@ -466,9 +466,12 @@ bool SameContentAt(const StoreObject& a, const StoreObject& b, int depth) {
 
 StoreObjectRef Parse(std::string_view bytes) {
   pugi::xml_document document;
+  // Line ends are kept as they are: other writers put a carriage return into text raw, and
+  // ours goes as a character reference, so either way it must come back.
+  constexpr unsigned kOptions =
+      (pugi::parse_default & ~pugi::parse_eol) | pugi::parse_ws_pcdata_single;
   const pugi::xml_parse_result result =
-      document.load_buffer(bytes.data(), bytes.size(),
-                           pugi::parse_default | pugi::parse_ws_pcdata_single, pugi::encoding_auto);
+      document.load_buffer(bytes.data(), bytes.size(), kOptions, pugi::encoding_auto);
   if (!result) return nullptr;
   pugi::xml_node root;
   for (pugi::xml_node child : document.children()) {

@@ -4,12 +4,18 @@
 #include <cstdio>
 
 #include "platform/Exceptions.h"
+#include "platform/TextEncoding.h"
 #include "platform/UrlCoding.h"
 
 namespace grantwright {
 
 std::shared_ptr<StoreString> StoreString::New(const String& text) {
-  return std::make_shared<StoreString>(text.Utf8());
+  const TextEncoding* utf8 = Encodings::UTF8();
+  if (text.Encoding() != nullptr && text.Encoding() != utf8) {
+    const String converted = ConvertEncoding(text, utf8);
+    if (converted.Encoding() == utf8) return std::make_shared<StoreString>(converted.Bytes());
+  }
+  return std::make_shared<StoreString>(text.Bytes());
 }
 
 std::shared_ptr<StoreNumber> StoreNumber::Integer(int64_t value) {

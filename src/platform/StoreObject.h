@@ -44,7 +44,8 @@ class StoreString final : public StoreObject {
  public:
   // Text as UTF-8 bytes, kept exactly as given.
   explicit StoreString(std::string utf8) : utf8_(std::move(utf8)) {}
-  // The text of `text`, converted to UTF-8 when it is tagged otherwise.
+  // The text of `text`, converted to UTF-8 when it is tagged with another encoding;
+  // untagged bytes, and bytes that do not convert, are taken as they are.
   static std::shared_ptr<StoreString> New(const String& text);
   const char* ClassName() const override { return "StoreString"; }
   const char* TypeDescription() const override { return "String"; }
