@@ -1,6 +1,9 @@
 #include "tool/GlobalMethods.h"
 
+#include "fileutil/FolderItemExtension.h"
+#include "platform/Exceptions.h"
 #include "platform/Log.h"
+#include "platform/SpecialFolder.h"
 
 namespace grantwright::GlobalMethods {
 
@@ -11,6 +14,17 @@ void WriteStdOut(const String& text) {
   }
   // A parent that stopped listening gets nothing; the job itself goes on.
   WriteStandardOutputLine(text.Bytes());
+}
+
+bool IsSandboxed() {
+  const String documents = FolderItemExtension::PathZRN(NonNil(SpecialFolder::Documents()), false);
+  return InStr(documents, "/snap/") != 0 || InStr(documents, "/.var/app/") != 0;
+}
+
+FolderItemRef UserHomeActualZRN() {
+  if (!IsSandboxed()) return SpecialFolder::UserHome();
+  return FolderItemExtension::GetSubFolderItemZRN(SpecialFolder::Home(),
+                                                  {SystemInformation::ShortUsername()});
 }
 
 }  // namespace grantwright::GlobalMethods
