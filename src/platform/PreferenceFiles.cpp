@@ -166,9 +166,14 @@ ReadResult ReadWhole(const std::string& path, std::string& bytes) {
   return ReadResult::kRead;
 }
 
-WriteLock::WriteLock(const std::string& path) {
-  const std::string lockPath = path + ".lock";
-  fd_ = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+WriteLock::WriteLock(const Location& location) {
+  const std::string lockPath = location.path + ".lock";
+  const auto open = [&] {
+    return ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+  };
+  // The folder is made only when the lock shows it missing: a steady run costs no mkdir.
+  fd_ = open();
+  if (fd_ < 0 && errno == ENOENT && EnsureFolder(location.folder)) fd_ = open();
   // A lock file that exists in a folder we may not write still serves, read only.
   if (fd_ < 0) fd_ = ::open(lockPath.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
   if (fd_ < 0) return;

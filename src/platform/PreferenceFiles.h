@@ -46,10 +46,11 @@ enum class ReadResult {
 };
 ReadResult ReadWhole(const std::string& path, std::string& bytes);
 
-// An exclusive lock on the lock file beside `path`, held for the object's lifetime.
+// An exclusive lock on the lock file beside the file at `location`, held for the object's
+// lifetime. The folder is created (EnsureFolder) when it is missing.
 class WriteLock {
  public:
-  explicit WriteLock(const std::string& path);
+  explicit WriteLock(const Location& location);
   ~WriteLock();
   WriteLock(const WriteLock&) = delete;
   WriteLock& operator=(const WriteLock&) = delete;

@@ -146,8 +146,7 @@ bool PreferenceStore::Synchronize(const StoreStringRef& application, const Store
                                     [&](const Pending& p) { return p.path == location.path; });
   if (pending == pending_.end()) return PreferenceFiles::FolderIsWritable(location.folder);
 
-  if (!PreferenceFiles::EnsureFolder(location.folder)) return false;
-  const PreferenceFiles::WriteLock lock(location.path);
+  const PreferenceFiles::WriteLock lock(location);
   if (!lock.Held()) return false;
   // Under the lock the file is reread, so changes that other processes flushed since this
   // handle last looked are kept.

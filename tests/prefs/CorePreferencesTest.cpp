@@ -27,7 +27,11 @@ TEST(CorePreferences, ValuesOfEveryKindCrossProcesses) {
   auto level3 = std::make_shared<Dictionary>();
   level3->SetValue("level3", "deep");
   auto level2 = std::make_shared<Dictionary>();
-  level2->SetValue("level2", NewArray<Variant>({level3, 1.5, NewArray<String>({"a", "b"})}));
+  const auto list = NewArray<Variant>();
+  list->emplace_back(level3);
+  list->emplace_back(1.5);
+  list->emplace_back(NewArray<String>({"a", "b"}));
+  level2->SetValue("level2", list);
   auto level1 = std::make_shared<Dictionary>();
   level1->SetValue("level1", level2);
   const std::vector<std::pair<String, Variant>> values = {
@@ -115,7 +119,7 @@ TEST(CorePreferences, LoadDefaultsAndTypedValues) {
   EXPECT_THROW(SetPrefsDefaultValue("k", 1), NilObjectException);
   dPreferenceDefaults = std::make_shared<Dictionary>();
   dPreferenceDefaults->SetValue("Early", true);
-  dPreferenceDefaults->SetValue("EarlyDate", std::make_shared<Date>());
+  dPreferenceDefaults->SetValue("EarlyDate", 5);  // no Date: reading it would throw
   EXPECT_TRUE(GetPrefsBoolValue("early", ""));
   EXPECT_EQ(GetPrefsDateValue("EarlyDate", given, ""), given);
 
