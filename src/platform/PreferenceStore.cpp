@@ -24,12 +24,10 @@ bool ResolveTexts(std::string_view application, std::string_view user, std::stri
   return PreferenceFiles::Locate(application, user == kAnyUser, host == kCurrentHost, out);
 }
 
-// The dictionary the file holds: empty when the file is missing, unreadable or no
-// property-list dictionary. `readable` tells whether the file could be read at all.
-StoreDictionaryRef ReadDictionary(const std::string& path, bool& readable) {
-  std::string bytes;
-  const PreferenceFiles::ReadResult result = PreferenceFiles::ReadWhole(path, bytes);
-  readable = result != PreferenceFiles::ReadResult::kFailed;
+// The dictionary a file read gave: empty when the file is missing, unreadable or no
+// property-list dictionary.
+StoreDictionaryRef DictionaryOf(PreferenceFiles::ReadResult result, const std::string& bytes,
+                                const std::string& path) {
   if (result != PreferenceFiles::ReadResult::kRead) return std::make_shared<StoreDictionary>();
   if (auto dict = std::dynamic_pointer_cast<StoreDictionary>(PropertyList::Parse(bytes))) {
     return dict;
@@ -37,6 +35,19 @@ StoreDictionaryRef ReadDictionary(const std::string& path, bool& readable) {
   System::DebugLog(String("Preference file is not a property list dictionary, read as empty: ") +
                    String(path));
   return std::make_shared<StoreDictionary>();
+}
+
+// Whether the file's bytes are exactly our writing of the values being set and nothing
+// else. That is every steady run of the helper, and it needs no parsing.
+bool HoldsExactly(const std::vector<std::pair<std::string, StoreObjectRef>>& changes,
+                  const std::string& bytes) {
+  StoreDictionary expected;
+  for (const auto& [key, value] : changes) {
+    if (!value) return false;
+    expected.Set(key, value);
+  }
+  std::string written;
+  return PropertyList::Serialize(expected, written) && written == bytes;
 }
 
 // Applies the changes to `dict`; true when anything would be written differently.
@@ -90,8 +101,9 @@ StoreObjectRef PreferenceStore::CopyValue(const StoreStringRef& key,
       if (it->first == name) return it->second;
     }
   }
-  bool readable = false;
-  return ReadDictionary(location.path, readable)->Lookup(name);
+  std::string bytes;
+  const PreferenceFiles::ReadResult result = PreferenceFiles::ReadWhole(location.path, bytes);
+  return DictionaryOf(result, bytes, location.path)->Lookup(name);
 }
 
 void PreferenceStore::Record(const StoreStringRef& application, const StoreStringRef& user,
@@ -150,13 +162,18 @@ bool PreferenceStore::Synchronize(const StoreStringRef& application, const Store
   if (!lock.Held()) return false;
   // Under the lock the file is reread, so changes that other processes flushed since this
   // handle last looked are kept.
-  bool readable = false;
-  const StoreDictionaryRef merged = ReadDictionary(location.path, readable);
-  if (!readable) return false;
-  if (Apply(pending->changes, *merged)) {
-    std::string bytes;
-    if (!PropertyList::Serialize(*merged, bytes)) return false;
-    if (!PreferenceFiles::Replace(location, bytes)) return false;
+  std::string bytes;
+  const PreferenceFiles::ReadResult result = PreferenceFiles::ReadWhole(location.path, bytes);
+  if (result == PreferenceFiles::ReadResult::kFailed) return false;
+  const bool unchanged = result == PreferenceFiles::ReadResult::kRead &&
+                         HoldsExactly(pending->changes, bytes);
+  if (!unchanged) {
+    const StoreDictionaryRef merged = DictionaryOf(result, bytes, location.path);
+    if (Apply(pending->changes, *merged)) {
+      std::string updated;
+      if (!PropertyList::Serialize(*merged, updated)) return false;
+      if (!PreferenceFiles::Replace(location, updated)) return false;
+    }
   }
   pending_.erase(pending);
   return true;
