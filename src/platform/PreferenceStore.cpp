@@ -69,16 +69,21 @@ bool Apply(const std::vector<std::pair<std::string, StoreObjectRef>>& changes,
 
 }  // namespace
 
-StoreStringRef PreferenceStore::AnyApplication() { return std::make_shared<StoreString>(kAnyApplication); }
-StoreStringRef PreferenceStore::CurrentUser() { return std::make_shared<StoreString>(kCurrentUser); }
+StoreStringRef PreferenceStore::AnyApplication() {
+  return std::make_shared<StoreString>(kAnyApplication);
+}
+StoreStringRef PreferenceStore::CurrentUser() {
+  return std::make_shared<StoreString>(kCurrentUser);
+}
 StoreStringRef PreferenceStore::AnyUser() { return std::make_shared<StoreString>(kAnyUser); }
 StoreStringRef PreferenceStore::AnyHost() { return std::make_shared<StoreString>(kAnyHost); }
-StoreStringRef PreferenceStore::CurrentHost() { return std::make_shared<StoreString>(kCurrentHost); }
+StoreStringRef PreferenceStore::CurrentHost() {
+  return std::make_shared<StoreString>(kCurrentHost);
+}
 
 bool PreferenceStore::Resolve(const StoreStringRef& application, const StoreStringRef& user,
                               const StoreStringRef& host, PreferenceFiles::Location& out) {
-  return ResolveTexts(NonNil(application)->Utf8(), NonNil(user)->Utf8(), NonNil(host)->Utf8(),
-                      out);
+  return ResolveTexts(NonNil(application)->Utf8(), NonNil(user)->Utf8(), NonNil(host)->Utf8(), out);
 }
 
 std::string PreferenceStore::FilePath(const String& application, const String& user,
@@ -165,8 +170,8 @@ bool PreferenceStore::Synchronize(const StoreStringRef& application, const Store
   std::string bytes;
   const PreferenceFiles::ReadResult result = PreferenceFiles::ReadWhole(location.path, bytes);
   if (result == PreferenceFiles::ReadResult::kFailed) return false;
-  const bool unchanged = result == PreferenceFiles::ReadResult::kRead &&
-                         HoldsExactly(pending->changes, bytes);
+  const bool unchanged =
+      result == PreferenceFiles::ReadResult::kRead && HoldsExactly(pending->changes, bytes);
   if (!unchanged) {
     const StoreDictionaryRef merged = DictionaryOf(result, bytes, location.path);
     if (Apply(pending->changes, *merged)) {

@@ -74,8 +74,7 @@ class PreferenceStore : public Object {
                    const StoreStringRef& host);
 
   // The file that holds a domain and scope; empty when they name no store.
-  static std::string FilePath(const String& application, const String& user,
-                              const String& host);
+  static std::string FilePath(const String& application, const String& user, const String& host);
 
  private:
   // Pending changes of one file, in the order they were made; a nil value removes.

@@ -204,7 +204,8 @@ bool ParseDate(std::string_view text, StoreObjectRef& out) {
   if (pos < text.size() && text[pos] == 'Z') ++pos;
   if (pos != text.size()) return false;
   const Date fields(negative ? -year : year, month, day, hour, minute, second, 0.0);
-  const auto date = std::make_shared<StoreDate>(fields.TotalSeconds() - StoreDate::kEpochIn1904 + fraction);
+  const auto date =
+      std::make_shared<StoreDate>(fields.TotalSeconds() - StoreDate::kEpochIn1904 + fraction);
   if (!date->HasGregorianForm()) return false;
   out = date;
   return true;
@@ -327,11 +328,10 @@ void AppendDate(const StoreDate& date, std::string& out) {
   Date fields(2001, 1, 1, 0, 0, 0, 0.0);
   fields.SetTotalSeconds(StoreDate::kEpochIn1904 + std::floor(date.AbsoluteTime()));
   char buffer[64];
-  std::snprintf(buffer, sizeof buffer,
-                "%04" PRId64 "-%02" PRId64 "-%02" PRId64 "T%02" PRId64 ":%02" PRId64 ":%02" PRId64
-                "Z",
-                fields.Year(), fields.Month(), fields.Day(), fields.Hour(), fields.Minute(),
-                fields.Second());
+  std::snprintf(
+      buffer, sizeof buffer,
+      "%04" PRId64 "-%02" PRId64 "-%02" PRId64 "T%02" PRId64 ":%02" PRId64 ":%02" PRId64 "Z",
+      fields.Year(), fields.Month(), fields.Day(), fields.Hour(), fields.Minute(), fields.Second());
   out += buffer;
 }
 

@@ -33,9 +33,7 @@ std::shared_ptr<StoreNumber> StoreNumber::Double(double value) {
 
 double StoreNumber::DoubleValue() const { return real_; }
 
-int64_t StoreNumber::IntegerValue() const {
-  return IsFloat() ? TruncateToInt64(real_) : integer_;
-}
+int64_t StoreNumber::IntegerValue() const { return IsFloat() ? TruncateToInt64(real_) : integer_; }
 
 bool StoreDate::HasGregorianForm() const {
   // Far beyond any real date, yet well inside what Date's calendar arithmetic takes.
@@ -134,11 +132,10 @@ FolderItemRef StoreURL::File() const {
 
 String StoreUUID::StringValue() const {
   char text[37];
-  std::snprintf(text, sizeof text,
-                "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X",
-                bytes_[0], bytes_[1], bytes_[2], bytes_[3], bytes_[4], bytes_[5], bytes_[6],
-                bytes_[7], bytes_[8], bytes_[9], bytes_[10], bytes_[11], bytes_[12], bytes_[13],
-                bytes_[14], bytes_[15]);
+  std::snprintf(
+      text, sizeof text, "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X",
+      bytes_[0], bytes_[1], bytes_[2], bytes_[3], bytes_[4], bytes_[5], bytes_[6], bytes_[7],
+      bytes_[8], bytes_[9], bytes_[10], bytes_[11], bytes_[12], bytes_[13], bytes_[14], bytes_[15]);
   return String(text);
 }
 

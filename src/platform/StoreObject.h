@@ -152,9 +152,7 @@ class StoreDictionary final : public StoreObject {
   // The i-th key and value in insertion order; RuntimeException when out of range.
   const StoreObjectRef& Key(size_t index) const;
   const StoreObjectRef& Value(size_t index) const;
-  const std::vector<std::pair<StoreObjectRef, StoreObjectRef>>& Entries() const {
-    return entries_;
-  }
+  const std::vector<std::pair<StoreObjectRef, StoreObjectRef>>& Entries() const { return entries_; }
 
   // Adds an entry unless a string key of the same text (compared exactly) is already
   // there, in which case nothing changes. A nil key or value adds nothing.

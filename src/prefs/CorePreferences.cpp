@@ -20,11 +20,12 @@ Variant AppGetKeyZRN(const PreferenceStoreRef& prefs, const String& applicationI
                      const String& key) {
   NonNil(prefs);
   String domain = applicationID;
-  if (domain.IsEmpty() || domain == "NSGlobalDomain") domain = PreferenceStore::AnyApplication()->Str();
+  if (domain.IsEmpty() || domain == "NSGlobalDomain")
+    domain = PreferenceStore::AnyApplication()->Str();
   const StoreStringRef cfKey = StoreString::New(key);
   const StoreStringRef cfDomain = StoreString::New(domain);
-  const StoreObjectRef value = prefs->CopyValue(cfKey, cfDomain, PreferenceStore::CurrentUser(),
-                                                PreferenceStore::AnyHost());
+  const StoreObjectRef value =
+      prefs->CopyValue(cfKey, cfDomain, PreferenceStore::CurrentUser(), PreferenceStore::AnyHost());
   if (!value) return nullptr;
   return ValueAsRBZRN(value);
 }

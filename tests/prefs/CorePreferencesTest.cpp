@@ -1,11 +1,10 @@
-#include "prefs/CorePreferences.h"
-
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <fstream>
 
+#include "prefs/CorePreferences.h"
 #include "prefs/PrefsTestSupport.h"
 
 namespace grantwright::testing {
@@ -35,16 +34,22 @@ TEST(CorePreferences, ValuesOfEveryKindCrossProcesses) {
   auto level1 = std::make_shared<Dictionary>();
   level1->SetValue("level1", level2);
   const std::vector<std::pair<String, Variant>> values = {
-      {"Boolean", true}, {"Int64", INT64_MIN}, {"Int32", int32_t{-5}}, {"Double", 0.1},
-      {"Single", 0.1f}, {"String", "\xc3\xa9 <&> \xe2\x9c\x93"},
+      {"Boolean", true},
+      {"Int64", INT64_MIN},
+      {"Int32", int32_t{-5}},
+      {"Double", 0.1},
+      {"Single", 0.1f},
+      {"String", "\xc3\xa9 <&> \xe2\x9c\x93"},
       {"Data", std::make_shared<MemoryBlock>(std::string("a\0b", 3))},
       {"Date", std::make_shared<Date>(2020, 2, 29, 12, 34, 56, 0.0)},
-      {"Array", NewArray<int64_t>({1, 2, 3})}, {"Nested", level1}};
+      {"Array", NewArray<int64_t>({1, 2, 3})},
+      {"Nested", level1}};
   const pid_t pid = ::fork();
   ASSERT_GE(pid, 0);
   if (pid == 0) {
     bool ok = true;
-    for (const auto& [key, value] : values) ok = AppSetKeyZRN(NewStore(), "org.example.kinds", key, value) && ok;
+    for (const auto& [key, value] : values)
+      ok = AppSetKeyZRN(NewStore(), "org.example.kinds", key, value) && ok;
     ::_exit(ok ? 0 : 1);
   }
   int status = 0;
@@ -91,8 +96,10 @@ TEST(CorePreferences, FailedFlushesAreLoggedAndFallBackOnce) {
     // The flags pick the user and host of the flush.
     const auto text = [](const char* t) { return std::make_shared<StoreString>(t); };
     const PreferenceStoreRef prefs = NewStore();
-    prefs->SetValue(text("k"), text("v"), text("d"), PreferenceStore::AnyUser(), PreferenceStore::AnyHost());
-    prefs->SetValue(text("k"), text("v"), text("d"), PreferenceStore::CurrentUser(), PreferenceStore::CurrentHost());
+    prefs->SetValue(text("k"), text("v"), text("d"), PreferenceStore::AnyUser(),
+                    PreferenceStore::AnyHost());
+    prefs->SetValue(text("k"), text("v"), text("d"), PreferenceStore::CurrentUser(),
+                    PreferenceStore::CurrentHost());
     EXPECT_TRUE(SynchronizeZRN(prefs, "d", true, true));
     EXPECT_TRUE(PlistutilReads(system.path() + "/grantwright/preferences/d.plist"));
     EXPECT_TRUE(SynchronizeZRN(prefs, "d", false, false));
@@ -129,7 +136,8 @@ TEST(CorePreferences, LoadDefaultsAndTypedValues) {
   EXPECT_FALSE(table->HasKey("Early"));
   Load();
   EXPECT_EQ(dPreferenceDefaults, table);
-  EXPECT_TRUE(AppGetKeyZRN(NewStore(), kApplicationDomain, "NSApplicationShowExceptions").BooleanValue());
+  EXPECT_TRUE(
+      AppGetKeyZRN(NewStore(), kApplicationDomain, "NSApplicationShowExceptions").BooleanValue());
 
   // Stored value, then default, then false.
   EXPECT_FALSE(GetPrefsBoolValue("ResolveFileLocationsExtensively", ""));
@@ -139,7 +147,8 @@ TEST(CorePreferences, LoadDefaultsAndTypedValues) {
   EXPECT_TRUE(GetPrefsBoolValue("ResolveFileLocationsExtensively", ""));
   SetPrefsValue("ResolveFileLocationsExtensively", true, true);
   EXPECT_FALSE(GetPrefsBoolValue("ResolveFileLocationsExtensively", ""));
-  AppSetKeyZRN(NewStore(), kApplicationDomain, "CheckUpdatesAtStartup", std::make_shared<Dictionary>());
+  AppSetKeyZRN(NewStore(), kApplicationDomain, "CheckUpdatesAtStartup",
+               std::make_shared<Dictionary>());
   EXPECT_TRUE(GetPrefsBoolValue("CheckUpdatesAtStartup", ""));  // unreadable as Boolean
   AppSetKeyZRN(NewStore(), "org.example.other", "Other", true);
   EXPECT_TRUE(GetPrefsBoolValue("Other", "org.example.other"));

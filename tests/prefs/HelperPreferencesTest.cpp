@@ -12,17 +12,19 @@ TEST(HelperPreferences, FirstRunStoresOnlyTheFlagAndLaterRunsWriteNothing) {
   TempDir config;
   const RunOptions options{{"XDG_CONFIG_HOME=" + config.path()}};
   EXPECT_EQ(RunHelper({}, options).status, 255);
-  const std::string file = config.path() + "/grantwright/preferences/com.tarnvale.Grantwright.plist";
+  const std::string file =
+      config.path() + "/grantwright/preferences/com.tarnvale.Grantwright.plist";
   std::string xml;
   ASSERT_TRUE(PlistutilReads(file, &xml));
   const auto dict = std::dynamic_pointer_cast<StoreDictionary>(PropertyList::Parse(xml));
   ASSERT_TRUE(dict);
   ASSERT_EQ(dict->Count(), 1u);
-  const auto flag = std::dynamic_pointer_cast<StoreBoolean>(dict->Lookup("NSApplicationShowExceptions"));
+  const auto flag =
+      std::dynamic_pointer_cast<StoreBoolean>(dict->Lookup("NSApplicationShowExceptions"));
   ASSERT_TRUE(flag);
   EXPECT_TRUE(flag->Value());
 
-  const FileStamp first = StampOf(file);
+  const auto first = StampOf(file);
   EXPECT_EQ(RunHelper({"-f", config / "missing.xml"}, options).status, 254);
   EXPECT_EQ(StampOf(file), first);
 }
@@ -35,19 +37,22 @@ TEST(HelperPreferences, AnUnwritableStoreLeavesTheJobAsItWas) {
     const passwd* nobody = ::getpwnam("nobody");
     ASSERT_NE(nobody, nullptr);
     cases.push_back({{"XDG_CONFIG_HOME=" + config.path(), "GRANTWRIGHT_LOG=stderr"},
-                     nobody->pw_uid, nobody->pw_gid});
+                     nobody->pw_uid,
+                     nobody->pw_gid});
   }
-  const std::string failed = "CFPreferencesMBS: Failed to synchronize preferences between RAM and disk.\n";
+  const std::string failed =
+      "CFPreferencesMBS: Failed to synchronize preferences between RAM and disk.\n";
   for (const RunOptions& options : cases) {
-    for (const std::vector<std::string>& args : {std::vector<std::string>{"-f"},
-                                                 std::vector<std::string>{"-f", "/no/such/config"}}) {
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{"-f"}, std::vector<std::string>{"-f", "/no/such/config"}}) {
       const ProcessResult plain = RunHelper(args);
       const ProcessResult result = RunHelper(args, options);
       EXPECT_EQ(result.status, plain.status);
       EXPECT_EQ(result.out, plain.out);
-      EXPECT_EQ(result.err, failed +
-                                "NSUserDefaultsMBS: Failed to synchronize preferences between RAM and disk.\n" +
-                                failed);
+      EXPECT_EQ(result.err,
+                failed +
+                    "NSUserDefaultsMBS: Failed to synchronize preferences between RAM and disk.\n" +
+                    failed);
     }
   }
 }

@@ -1,5 +1,3 @@
-#include "platform/PreferenceStore.h"
-
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -9,6 +7,7 @@
 #include <random>
 #include <sstream>
 
+#include "platform/PreferenceStore.h"
 #include "platform/PropertyList.h"
 #include "prefs/PrefsTestSupport.h"
 
@@ -19,51 +18,56 @@ StoreStringRef Text(std::string s) { return std::make_shared<StoreString>(std::m
 const StoreStringRef kDomain = Text("org.example.test");
 
 void Set(PreferenceStore& store, const std::string& key, StoreObjectRef value) {
-  store.SetValue(Text(key), value, kDomain, PreferenceStore::CurrentUser(), PreferenceStore::AnyHost());
+  store.SetValue(Text(key), value, kDomain, PreferenceStore::CurrentUser(),
+                 PreferenceStore::AnyHost());
 }
 StoreObjectRef Get(const PreferenceStore& store, const std::string& key) {
-  return store.CopyValue(Text(key), kDomain, PreferenceStore::CurrentUser(), PreferenceStore::AnyHost());
+  return store.CopyValue(Text(key), kDomain, PreferenceStore::CurrentUser(),
+                         PreferenceStore::AnyHost());
 }
 bool Flush(PreferenceStore& store) {
   return store.Synchronize(kDomain, PreferenceStore::CurrentUser(), PreferenceStore::AnyHost());
 }
 std::string ReadAll(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
   std::stringstream bytes;
-  bytes << in.rdbuf();
+  bytes << std::ifstream(path, std::ios::binary).rdbuf();
   return bytes.str();
 }
-mode_t ModeOf(const std::string& path) {
-  struct stat st {};
-  ::stat(path.c_str(), &st);
-  return st.st_mode & 07777;
+StoreDictionaryRef ParseFile(const std::string& path) {
+  return std::dynamic_pointer_cast<StoreDictionary>(PropertyList::Parse(ReadAll(path)));
+}
+int64_t IntegerAt(const StoreDictionaryRef& dict, const std::string& key) {
+  return std::dynamic_pointer_cast<StoreNumber>(dict->Lookup(key))->IntegerValue();
 }
 
 TEST(PreferenceStore, PendingChangesReadFirstAndWriteOnlyWhenTheFileWouldChange) {
   ScopedConfigHome home;
   const std::string file = home.File("org.example.test");
   PreferenceStore store;
-  EXPECT_EQ(Get(store, "k"), nullptr);
   Set(store, "k", StoreNumber::Integer(1));
-  EXPECT_TRUE(std::dynamic_pointer_cast<StoreNumber>(Get(store, "k")));
-  EXPECT_EQ(Get(PreferenceStore(), "k"), nullptr);  // nothing flushed yet
+  EXPECT_TRUE(Get(store, "k"));
+  EXPECT_FALSE(Get(PreferenceStore(), "k"));  // nothing flushed yet
   ASSERT_TRUE(Flush(store));
   EXPECT_TRUE(PlistutilReads(file));
-  EXPECT_EQ(ModeOf(file), 0600u);
-  EXPECT_EQ(ModeOf(home.Folder()), 0700u);
-  EXPECT_EQ(ModeOf(home.path() + "/grantwright"), 0700u);
+  const auto mode = [](const std::string& path) {
+    struct stat st {};
+    ::stat(path.c_str(), &st);
+    return st.st_mode & 07777;
+  };
+  EXPECT_EQ(mode(file), 0600u);
+  EXPECT_EQ(mode(home.Folder()), 0700u);
+  EXPECT_EQ(mode(home.path() + "/grantwright"), 0700u);
 
   // Setting what is there, or removing what is not, writes nothing; a change of kind does.
-  const FileStamp first = StampOf(file);
+  const auto first = StampOf(file);
   PreferenceStore again;
   Set(again, "k", StoreNumber::Integer(1));
-  again.SetMultiple(nullptr, [] { auto a = std::make_shared<StoreArray>(); a->Append(Text("absent")); return a; }(),
-                    kDomain, PreferenceStore::CurrentUser(), PreferenceStore::AnyHost());
+  Set(again, "absent", nullptr);
   ASSERT_TRUE(Flush(again));
   EXPECT_EQ(StampOf(file), first);
   Set(again, "k", StoreNumber::Double(1.0));
   ASSERT_TRUE(Flush(again));
-  EXPECT_FALSE(StampOf(file) == first);
+  EXPECT_NE(StampOf(file), first);
   EXPECT_TRUE(std::dynamic_pointer_cast<StoreNumber>(Get(PreferenceStore(), "k"))->IsFloat());
 
   // A value the file cannot hold reads back from the handle, but its flush fails and the
@@ -73,8 +77,6 @@ TEST(PreferenceStore, PendingChangesReadFirstAndWriteOnlyWhenTheFileWouldChange)
   EXPECT_TRUE(std::dynamic_pointer_cast<StoreURL>(Get(again, "url")));
   EXPECT_FALSE(Flush(again));
   EXPECT_EQ(ReadAll(file), before);
-  Set(again, "url", nullptr);
-  EXPECT_TRUE(Flush(again));
 }
 
 TEST(PreferenceStore, ScopesNameTheirOwnFiles) {
@@ -95,17 +97,17 @@ TEST(PreferenceStore, ScopesNameTheirOwnFiles) {
       {"", "CurrentUser", "AnyHost", user + "/.GlobalPreferences.plist"},
       {".GlobalPreferences", "AnyUser", "CurrentHost",
        any + "/ByHost/.GlobalPreferences." + host + ".plist"},
-      {"d", "SomeUser", "AnyHost", ""}, {"d", "CurrentUser", "Elsewhere", ""},
-      {"../d", "CurrentUser", "AnyHost", ""}, {"..", "CurrentUser", "AnyHost", ""},
+      {"d", "SomeUser", "AnyHost", ""},
+      {"d", "CurrentUser", "Elsewhere", ""},
+      {"../d", "CurrentUser", "AnyHost", ""},
+      {"..", "CurrentUser", "AnyHost", ""},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(PreferenceStore::FilePath(c.domain, c.user, c.host), c.path) << c.domain << c.user;
     PreferenceStore store;
     store.SetValue(Text("k"), Text("v"), Text(c.domain), Text(c.user), Text(c.host));
     EXPECT_EQ(store.Synchronize(Text(c.domain), Text(c.user), Text(c.host)), !c.path.empty());
-    if (!c.path.empty()) {
-      EXPECT_TRUE(PlistutilReads(c.path)) << c.path;
-    }
+    EXPECT_TRUE(c.path.empty() || PlistutilReads(c.path)) << c.path;
   }
   ::unsetenv("XDG_CONFIG_DIRS");
 
@@ -116,30 +118,32 @@ TEST(PreferenceStore, ScopesNameTheirOwnFiles) {
   EXPECT_EQ(PreferenceStore::FilePath("d", "CurrentUser", "AnyHost"),
             "/home/someone/.config/grantwright/preferences/d.plist");
   ::unsetenv("HOME");
-  EXPECT_EQ(PreferenceStore::FilePath("d", "CurrentUser", "AnyHost").rfind(IsRoot() ? "/root/.config/" : "/", 0), 0u);
+  EXPECT_EQ(PreferenceStore::FilePath("d", "CurrentUser", "AnyHost")
+                .rfind(IsRoot() ? "/root/.config/" : "/", 0),
+            0u);
   ::setenv("HOME", oldHome.c_str(), 1);
 }
 
-TEST(PreferenceStore, CorruptFilesReadAsEmptyAndStayUntilAWriteReplacesThem) {
+TEST(PreferenceStore, BadFilesReadAsEmptyAndStayUntilAWriteReplacesThem) {
   ScopedConfigHome home;
   ASSERT_TRUE(PreferenceFiles::EnsureFolder(home.Folder()));
   const std::string file = home.File("org.example.test");
   TempDir scratch;
-  const auto toBinary = [&](const std::string& xml) {
-    const std::string binary = scratch / "b.plist";
-    grantwright::testing::Run({"/usr/bin/plistutil", "-i", scratch.Write("x.plist", xml), "-f", "bin", "-o", binary});
-    return binary;
+  const auto plistutil = [&](const std::string& xml, const char* format, const std::string& out) {
+    testing::Run(
+        {"/usr/bin/plistutil", "-i", scratch.Write("in.plist", xml), "-f", format, "-o", out});
+    return ReadAll(out);
   };
-  const std::string binary = toBinary("<plist><dict/></plist>");
-  for (const std::string& bad : {std::string("garbage"), std::string("<plist><array/></plist>"), ReadAll(binary)}) {
+  const std::string binary = plistutil("<plist><dict/></plist>", "bin", scratch / "b.plist");
+  for (const std::string& bad :
+       {std::string("garbage"), std::string("<plist><array/></plist>"), binary}) {
     std::ofstream(file, std::ios::binary) << bad;
     LogCapture log;
-    EXPECT_EQ(Get(PreferenceStore(), "k"), nullptr);
-    EXPECT_EQ(log.lines(), std::vector<std::string>{
-                               "Preference file is not a property list dictionary, read as empty: " + file});
+    EXPECT_FALSE(Get(PreferenceStore(), "k"));
+    EXPECT_EQ(log.lines(),
+              std::vector<std::string>{
+                  "Preference file is not a property list dictionary, read as empty: " + file});
     PreferenceStore store;
-    store.SetMultiple(nullptr, std::make_shared<StoreArray>(), kDomain, PreferenceStore::CurrentUser(),
-                      PreferenceStore::AnyHost());
     Set(store, "gone", nullptr);
     EXPECT_TRUE(Flush(store));
     EXPECT_EQ(ReadAll(file), bad);
@@ -147,25 +151,22 @@ TEST(PreferenceStore, CorruptFilesReadAsEmptyAndStayUntilAWriteReplacesThem) {
     EXPECT_TRUE(Flush(store));
     EXPECT_TRUE(PlistutilReads(file));
   }
-  // A file plistutil wrote reads as it should.
-  grantwright::testing::Run({"/usr/bin/plistutil", "-i",
-                             toBinary("<plist><dict><key>k</key><integer>7</integer></dict></plist>"),
-                             "-f", "xml", "-o", file});
-  EXPECT_EQ(std::dynamic_pointer_cast<StoreNumber>(Get(PreferenceStore(), "k"))->IntegerValue(), 7);
-}
+  // A file plistutil wrote (from its binary form, so in its own XML) reads as it should.
+  plistutil("<plist><dict><key>k</key><integer>7</integer></dict></plist>", "bin",
+            scratch / "c.plist");
+  testing::Run({"/usr/bin/plistutil", "-i", scratch / "c.plist", "-f", "xml", "-o", file});
+  EXPECT_EQ(IntegerAt(ParseFile(file), "k"), 7);
 
-TEST(PreferenceStore, AStoreThatCannotBeWrittenFailsItsFlushes) {
-  ScopedConfigHome home;
+  // A store whose folder cannot be made fails its flushes; the change stays pending.
   ::setenv("XDG_CONFIG_HOME", "/dev/null/config", 1);
-  PreferenceStore store;
-  EXPECT_FALSE(Flush(store));
-  Set(store, "k", Text("v"));
-  EXPECT_FALSE(Flush(store));
-  EXPECT_TRUE(Get(store, "k"));  // still pending
+  PreferenceStore unwritable;
+  EXPECT_FALSE(Flush(unwritable));
+  Set(unwritable, "k", Text("v"));
+  EXPECT_FALSE(Flush(unwritable));
+  EXPECT_TRUE(Get(unwritable, "k"));
 }
 
-// Parent and children share one folder; each child adds its own keys through its own
-// handles, each flush rereading under the lock.
+// Each child adds its own keys through handles of its own, each flush rereading under the lock.
 TEST(PreferenceStore, ConcurrentWritersLoseNothing) {
   ScopedConfigHome home;
   constexpr int kWriters = 8, kKeys = 200;
@@ -189,13 +190,12 @@ TEST(PreferenceStore, ConcurrentWritersLoseNothing) {
     ::waitpid(pid, &status, 0);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
   }
-  const auto dict = std::dynamic_pointer_cast<StoreDictionary>(
-      PropertyList::Parse(ReadAll(home.File("org.example.test"))));
+  const StoreDictionaryRef dict = ParseFile(home.File("org.example.test"));
   ASSERT_TRUE(dict);
   EXPECT_EQ(dict->Count(), static_cast<size_t>(kWriters * kKeys));
 }
 
-// A writer killed at any moment leaves a whole file holding, for every key, the value of
+// A writer killed at any moment leaves a whole file in which every key holds the value of
 // one flush: all keys share one generation, never older than one seen before.
 TEST(PreferenceStore, AKilledWriterLeavesTheOldFileOrTheNew) {
   ScopedConfigHome home;
@@ -209,10 +209,10 @@ TEST(PreferenceStore, AKilledWriterLeavesTheOldFileOrTheNew) {
     const pid_t pid = ::fork();
     ASSERT_GE(pid, 0);
     if (pid == 0) {
-      ::close(ready[0]);
       for (int64_t generation = lastGeneration + 1;; ++generation) {
         PreferenceStore store;
-        for (int k = 0; k < 10; ++k) Set(store, "k" + std::to_string(k), StoreNumber::Integer(generation));
+        for (int k = 0; k < 10; ++k)
+          Set(store, "k" + std::to_string(k), StoreNumber::Integer(generation));
         Set(store, "blob", std::make_shared<StoreData>(blob + std::to_string(generation)));
         Flush(store);
         if (generation == lastGeneration + 1 && ::write(ready[1], "r", 1) != 1) ::_exit(1);
@@ -227,14 +227,12 @@ TEST(PreferenceStore, AKilledWriterLeavesTheOldFileOrTheNew) {
     ::waitpid(pid, nullptr, 0);
 
     ASSERT_TRUE(PlistutilReads(file)) << "attempt " << attempt;
-    const auto dict = std::dynamic_pointer_cast<StoreDictionary>(PropertyList::Parse(ReadAll(file)));
+    const StoreDictionaryRef dict = ParseFile(file);
     ASSERT_TRUE(dict);
-    const int64_t generation = std::dynamic_pointer_cast<StoreNumber>(dict->Lookup("k0"))->IntegerValue();
-    for (int k = 1; k < 10; ++k) {
-      EXPECT_EQ(std::dynamic_pointer_cast<StoreNumber>(dict->Lookup("k" + std::to_string(k)))->IntegerValue(),
-                generation);
-    }
-    EXPECT_EQ(std::dynamic_pointer_cast<StoreData>(dict->Lookup("blob"))->Bytes(), blob + std::to_string(generation));
+    const int64_t generation = IntegerAt(dict, "k0");
+    for (int k = 1; k < 10; ++k) EXPECT_EQ(IntegerAt(dict, "k" + std::to_string(k)), generation);
+    EXPECT_EQ(std::dynamic_pointer_cast<StoreData>(dict->Lookup("blob"))->Bytes(),
+              blob + std::to_string(generation));
     EXPECT_GT(generation, lastGeneration);
     lastGeneration = generation;
   }

@@ -1,15 +1,15 @@
 #pragma once
 // What the preference tests share: a fresh configuration folder per test, a look at the
-// files through the independent reader, and a compact way to compare dynamic values.
+// files through the independent reader, and a comparison of dynamic values.
 
 #include <sys/stat.h>
 
 #include <cstdlib>
 #include <string>
+#include <tuple>
 
 #include "platform/Dictionary.h"
 #include "platform/MemoryBlock.h"
-#include "platform/Variant.h"
 #include "support/TestSupport.h"
 
 namespace grantwright::testing {
@@ -18,18 +18,10 @@ namespace grantwright::testing {
 class ScopedConfigHome {
  public:
   ScopedConfigHome() {
-    const char* old = std::getenv("XDG_CONFIG_HOME");
-    hadOld_ = old != nullptr;
-    if (hadOld_) old_ = old;
+    if (const char* old = std::getenv("XDG_CONFIG_HOME")) old_ = old;
     ::setenv("XDG_CONFIG_HOME", dir_.path().c_str(), 1);
   }
-  ~ScopedConfigHome() {
-    if (hadOld_) {
-      ::setenv("XDG_CONFIG_HOME", old_.c_str(), 1);
-    } else {
-      ::unsetenv("XDG_CONFIG_HOME");
-    }
-  }
+  ~ScopedConfigHome() { ::setenv("XDG_CONFIG_HOME", old_.c_str(), 1); }
   const std::string& path() const { return dir_.path(); }
   std::string Folder() const { return dir_.path() + "/grantwright/preferences"; }
   std::string File(const std::string& domain) const { return Folder() + "/" + domain + ".plist"; }
@@ -37,67 +29,49 @@ class ScopedConfigHome {
  private:
   TempDir dir_;
   std::string old_;
-  bool hadOld_ = false;
 };
 
-// Whether plistutil reads the file; its XML rendering of it in `xml`.
+// Whether plistutil reads the file (into its binary form and back); its XML in `xml`.
 inline bool PlistutilReads(const std::string& path, std::string* xml = nullptr) {
   const std::string binary = path + ".check.bin";
-  const ProcessResult toBinary = Run({"/usr/bin/plistutil", "-i", path, "-f", "bin", "-o", binary});
+  const bool toBinary =
+      Run({"/usr/bin/plistutil", "-i", path, "-f", "bin", "-o", binary}).status == 0;
   const ProcessResult back = Run({"/usr/bin/plistutil", "-i", binary, "-f", "xml"});
   ::unlink(binary.c_str());
   if (xml) *xml = back.out;
-  return toBinary.status == 0 && back.status == 0 && !back.out.empty();
+  return toBinary && back.status == 0 && !back.out.empty();
 }
 
-struct FileStamp {
-  ino_t inode = 0;
-  timespec modified{};
-  friend bool operator==(const FileStamp& a, const FileStamp& b) {
-    return a.inode == b.inode && a.modified.tv_sec == b.modified.tv_sec &&
-           a.modified.tv_nsec == b.modified.tv_nsec;
-  }
-};
-
-inline FileStamp StampOf(const std::string& path) {
+// Inode and modification time: both stay when a file is not written.
+inline std::tuple<ino_t, time_t, long> StampOf(const std::string& path) {
   struct stat st {};
   ::stat(path.c_str(), &st);
-  return {st.st_ino, st.st_mtim};
+  return {st.st_ino, st.st_mtim.tv_sec, st.st_mtim.tv_nsec};
 }
 
-// Equal as values: integers with integers and floats with floats by value (a Single
-// equals the Double it widens to), arrays
-// element by element, Dictionaries entry by entry in order, Dates by TotalSeconds,
-// MemoryBlocks by bytes, other objects by identity.
+// Equal as values: integers with integers and floats with floats by value, Strings exactly,
+// arrays and Dictionaries element by element, Dates by TotalSeconds, MemoryBlocks by bytes.
 inline bool SameValue(const Variant& a, const Variant& b) {
   if (a.IsArray() || b.IsArray()) {
-    if (!a.IsArray() || !b.IsArray() || a.ArraySize() != b.ArraySize()) return false;
-    for (size_t i = 0; i < a.ArraySize(); ++i) {
-      if (!SameValue(a.ArrayElement(i), b.ArrayElement(i))) return false;
-    }
-    return true;
+    bool same = a.IsArray() && b.IsArray() && a.ArraySize() == b.ArraySize();
+    for (size_t i = 0; same && i < a.ArraySize(); ++i)
+      same = SameValue(a.ArrayElement(i), b.ArrayElement(i));
+    return same;
   }
   if (auto x = a.ObjectAs<Dictionary>()) {
     auto y = b.ObjectAs<Dictionary>();
-    if (!y || x->Count() != y->Count()) return false;
-    for (size_t i = 0; i < x->Count(); ++i) {
-      if (!SameValue(x->Key(i), y->Key(i)) || !SameValue(x->ValueAt(i), y->ValueAt(i))) {
-        return false;
-      }
+    bool same = y && x->Count() == y->Count();
+    for (size_t i = 0; same && i < x->Count(); ++i) {
+      same = SameValue(x->Key(i), y->Key(i)) && SameValue(x->ValueAt(i), y->ValueAt(i));
     }
-    return true;
+    return same;
   }
-  if (auto x = a.ObjectAs<Date>()) {
-    auto y = b.ObjectAs<Date>();
-    return y && x->TotalSeconds() == y->TotalSeconds();
-  }
-  if (auto x = a.ObjectAs<MemoryBlock>()) {
-    auto y = b.ObjectAs<MemoryBlock>();
-    return y && x->Bytes() == y->Bytes();
-  }
-  if (a.Type() == Variant::kString && b.Type() == Variant::kString) {
-    return Identical(*a.Get<String>(), *b.Get<String>());
-  }
+  if (auto x = a.ObjectAs<MemoryBlock>())
+    return b.ObjectAs<MemoryBlock>() && x->Bytes() == b.ObjectAs<MemoryBlock>()->Bytes();
+  if (a.Type() == Variant::kDate)
+    return b.Type() == Variant::kDate && a.DoubleValue() == b.DoubleValue();
+  if (a.Type() == Variant::kString)
+    return b.Type() == Variant::kString && Identical(*a.Get<String>(), *b.Get<String>());
   const auto isInteger = [](const Variant& v) {
     return v.Type() == Variant::kInt32 || v.Type() == Variant::kInt64;
   };

@@ -1,10 +1,9 @@
-#include "platform/PropertyList.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
 
+#include "platform/PropertyList.h"
 #include "prefs/PrefsTestSupport.h"
 
 namespace grantwright::testing {
@@ -18,9 +17,11 @@ StoreStringRef Text(std::string s) { return std::make_shared<StoreString>(std::m
 
 StoreDictionaryRef EveryKind() {
   auto dict = std::make_shared<StoreDictionary>();
-  const char* texts[] = {"", "  ", "a&b<c>d]]>e", "cr\rlf\n\ttab\x01\x1f", "\xc3\xa9 \xf0\x9f\x98\x80"};
-  const double reals[] = {0.1, -0.0, 5e-324, 1.7976931348623157e308, 1e-300, 123456789.125,
-                          std::nan(""), HUGE_VAL, -HUGE_VAL};
+  const char* texts[] = {"", "  ", "a&b<c>d]]>e", "cr\rlf\n\ttab\x01\x1f",
+                         "\xc3\xa9 \xf0\x9f\x98\x80"};
+  const double reals[] = {0.1,      -0.0,          5e-324,       1.7976931348623157e308,
+                          1e-300,   123456789.125, std::nan(""), HUGE_VAL,
+                          -HUGE_VAL};
   const int64_t integers[] = {0, -1, std::numeric_limits<int64_t>::min(),
                               std::numeric_limits<int64_t>::max()};
   const double dates[] = {0, -1.5, 1e9, -63113904000.0 /* 0001-01-01 */, 252423993599.0};
@@ -86,9 +87,11 @@ TEST(PropertyList, ReadsLenientFormsAndRefusesMalformedDocuments) {
   EXPECT_EQ(number("<real>-Infinity</real>")->DoubleValue(), -HUGE_VAL);
   EXPECT_EQ(number("<real>INF</real>")->DoubleValue(), HUGE_VAL);
   EXPECT_EQ(std::dynamic_pointer_cast<StoreDate>(value("<date>2001-01-01T00:00:01.75Z</date>"))
-                ->AbsoluteTime(), 1.75);
-  EXPECT_EQ(std::dynamic_pointer_cast<StoreString>(value("<string>a<![CDATA[<b>]]></string>"))
-                ->Utf8(), "a<b>");
+                ->AbsoluteTime(),
+            1.75);
+  EXPECT_EQ(
+      std::dynamic_pointer_cast<StoreString>(value("<string>a<![CDATA[<b>]]></string>"))->Utf8(),
+      "a<b>");
   EXPECT_EQ(std::dynamic_pointer_cast<StoreString>(value("<string/>"))->Utf8(), "");
   EXPECT_EQ(std::dynamic_pointer_cast<StoreData>(value("<data>\n\tAAEC\n\tAw==\n</data>"))->Bytes(),
             std::string("\0\1\2\3", 4));
@@ -99,13 +102,14 @@ TEST(PropertyList, ReadsLenientFormsAndRefusesMalformedDocuments) {
 
   std::string deep;
   for (int i = 0; i < 600; ++i) deep = "<array>" + deep + "</array>";
-  for (const std::string& bad : std::vector<std::string>{"", "no xml", "<dict/>", "<plist/>", "<plist><dict>", "<plist><true/><true/></plist>",
-        "<plist><dict><key>a</key></dict></plist>", "<plist><dict><true/></dict></plist>",
-        "<plist><integer>12x</integer></plist>", "<plist><integer></integer></plist>",
-        "<plist><real>1e999</real></plist>", "<plist><real>--1</real></plist>",
-        "<plist><date>yesterday</date></plist>", "<plist><data>!!</data></plist>",
-        "<plist><string>a<b/></string></plist>", "<plist><array>text</array></plist>",
-        "<plist><other/></plist>", "<plist>" + deep + "</plist>"}) {
+  for (const std::string& bad : std::vector<std::string>{
+           "", "no xml", "<dict/>", "<plist/>", "<plist><dict>", "<plist><true/><true/></plist>",
+           "<plist><dict><key>a</key></dict></plist>", "<plist><dict><true/></dict></plist>",
+           "<plist><integer>12x</integer></plist>", "<plist><integer></integer></plist>",
+           "<plist><real>1e999</real></plist>", "<plist><real>--1</real></plist>",
+           "<plist><date>yesterday</date></plist>", "<plist><data>!!</data></plist>",
+           "<plist><string>a<b/></string></plist>", "<plist><array>text</array></plist>",
+           "<plist><other/></plist>", "<plist>" + deep + "</plist>"}) {
     EXPECT_EQ(Parse(bad), nullptr) << bad;
   }
 }
@@ -113,9 +117,10 @@ TEST(PropertyList, ReadsLenientFormsAndRefusesMalformedDocuments) {
 TEST(PropertyList, RefusesToWriteWhatTheFormatCannotHold) {
   auto numberKey = std::make_shared<StoreDictionary>();
   numberKey->Add(StoreNumber::Integer(5), Text("x"));
-  const StoreObjectRef unwritable[] = {
-      std::make_shared<StoreURL>("file:///tmp"), std::make_shared<StoreUUID>(std::array<uint8_t, 16>{}),
-      numberKey, Text(std::string("a\0b", 3)), std::make_shared<StoreDate>(HUGE_VAL)};
+  const StoreObjectRef unwritable[] = {std::make_shared<StoreURL>("file:///tmp"),
+                                       std::make_shared<StoreUUID>(std::array<uint8_t, 16>{}),
+                                       numberKey, Text(std::string("a\0b", 3)),
+                                       std::make_shared<StoreDate>(HUGE_VAL)};
   for (const StoreObjectRef& object : unwritable) {
     auto array = std::make_shared<StoreArray>();
     array->Append(object);

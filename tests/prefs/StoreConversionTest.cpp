@@ -1,9 +1,8 @@
-#include "convert/CoreFoundationExtension.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 
+#include "convert/CoreFoundationExtension.h"
 #include "platform/TextEncoding.h"
 #include "prefs/PrefsTestSupport.h"
 
@@ -39,9 +38,10 @@ TEST(ValueAsRBZRN, EachStoreTypeTakesItsRow) {
   EXPECT_EQ(date->Year(), 2001);
   EXPECT_EQ(date->Second(), 1);
 
-  const std::pair<const char*, const char*> urls[] = {
-      {"file:///tmp/a%20b", "/tmp/a b"}, {"FILE://localhost/x?q#f", "/x"},
-      {"file://elsewhere/x", nullptr}, {"https://example.org/x", nullptr}};
+  const std::pair<const char*, const char*> urls[] = {{"file:///tmp/a%20b", "/tmp/a b"},
+                                                      {"FILE://localhost/x?q#f", "/x"},
+                                                      {"file://elsewhere/x", nullptr},
+                                                      {"https://example.org/x", nullptr}};
   for (const auto& [url, path] : urls) {
     const auto file = ValueAsRBZRN(std::make_shared<StoreURL>(url)).ObjectAs<FolderItem>();
     EXPECT_EQ(file ? file->NativePath() : "nil", path ? path : "nil") << url;
@@ -91,11 +91,13 @@ TEST(ValueAsCFZRN, EachValueTakesItsRow) {
   const String latin1(std::string("\xe9"), Encodings::SystemDefault());
   EXPECT_EQ(std::dynamic_pointer_cast<StoreString>(ValueAsCFZRN(latin1))->Utf8(), "\xc3\xa9");
   EXPECT_EQ(std::dynamic_pointer_cast<StoreData>(
-                ValueAsCFZRN(Variant(std::make_shared<MemoryBlock>("ab"))))->Bytes(), "ab");
+                ValueAsCFZRN(Variant(std::make_shared<MemoryBlock>("ab"))))
+                ->Bytes(),
+            "ab");
   auto gmt = std::make_shared<Date>(2001, 1, 1, 0, 0, 0, 0.0);
   EXPECT_EQ(std::dynamic_pointer_cast<StoreDate>(ValueAsCFZRN(Variant(gmt)))->AbsoluteTime(), 0.0);
-  for (const Variant& none : {Variant(), Variant(Color{1}),
-                              Variant(std::make_shared<FolderItem>("/tmp"))}) {
+  for (const Variant& none :
+       {Variant(), Variant(Color{1}), Variant(std::make_shared<FolderItem>("/tmp"))}) {
     EXPECT_EQ(ValueAsCFZRN(none), nullptr);
   }
 }
