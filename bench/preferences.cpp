@@ -5,6 +5,7 @@
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
 
+#include <filesystem>
 #include <string>
 
 #include "platform/PreferenceStore.h"
@@ -38,7 +39,8 @@ void BM_SteadyStartupFlushes(benchmark::State& state) {
     benchmark::DoNotOptimize(flush(nullptr));
     benchmark::DoNotOptimize(flush(flag));
   }
-  std::system((std::string("rm -rf ") + folder).c_str());
+  std::error_code ignored;
+  std::filesystem::remove_all(folder, ignored);
 }
 BENCHMARK(BM_SteadyStartupFlushes);
 
