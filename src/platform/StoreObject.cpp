@@ -19,16 +19,16 @@ std::shared_ptr<StoreString> StoreString::New(const String& text) {
 }
 
 std::shared_ptr<StoreNumber> StoreNumber::Integer(int64_t value) {
-  return std::shared_ptr<StoreNumber>(
-      new StoreNumber(Width::kInteger64, value, static_cast<double>(value)));
+  return std::make_shared<StoreNumber>(Made(), Width::kInteger64, value,
+                                       static_cast<double>(value));
 }
 
 std::shared_ptr<StoreNumber> StoreNumber::Single(float value) {
-  return std::shared_ptr<StoreNumber>(new StoreNumber(Width::kSingle, 0, value));
+  return std::make_shared<StoreNumber>(Made(), Width::kSingle, 0, value);
 }
 
 std::shared_ptr<StoreNumber> StoreNumber::Double(double value) {
-  return std::shared_ptr<StoreNumber>(new StoreNumber(Width::kDouble, 0, value));
+  return std::make_shared<StoreNumber>(Made(), Width::kDouble, 0, value);
 }
 
 double StoreNumber::DoubleValue() const { return real_; }

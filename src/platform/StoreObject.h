@@ -59,8 +59,16 @@ class StoreString final : public StoreObject {
 };
 
 class StoreNumber final : public StoreObject {
+  // Only the factories below make numbers, so value and width always agree.
+  class Made {
+    friend class StoreNumber;
+    Made() = default;
+  };
+
  public:
   enum class Width { kInteger64, kSingle, kDouble };
+  StoreNumber(Made, Width width, int64_t integer, double real)
+      : width_(width), integer_(integer), real_(real) {}
   static std::shared_ptr<StoreNumber> Integer(int64_t value);
   static std::shared_ptr<StoreNumber> Single(float value);
   static std::shared_ptr<StoreNumber> Double(double value);
@@ -76,8 +84,6 @@ class StoreNumber final : public StoreObject {
   int64_t IntegerValue() const;
 
  private:
-  StoreNumber(Width width, int64_t integer, double real)
-      : width_(width), integer_(integer), real_(real) {}
   Width width_;
   int64_t integer_;
   double real_;
