@@ -5,6 +5,7 @@
 #include "platform/Acl.h"
 #include "platform/Exceptions.h"
 #include "platform/FolderItem.h"
+#include "prefs/CorePreferences.h"
 #include "tool/GlobalMethods.h"
 
 namespace grantwright {
@@ -57,6 +58,7 @@ bool ApplyOwnerGroupMode(const TraditionalPermissionsZRN& record, const FolderIt
 }  // namespace
 
 int64_t App::Event_Run(const std::vector<String>& args) {
+  CorePreferences::Load();
   bool applyACL = false;
   for (size_t i = 0; i < args.size(); ++i) {
     if (args[i] == "-a") {
