@@ -13,4 +13,10 @@ void WriteStdOut(const String& text) {
   WriteStandardOutputLine(text.Bytes());
 }
 
+bool CBool(const Variant& value) {
+  const String text = value.StringValue();
+  if (text.IsEmpty() || text == "false" || text == "no" || text == "off") return false;
+  return !(IsNumeric(text) && Val(text) == 0.0);
+}
+
 }  // namespace grantwright::GlobalMethods
