@@ -3,6 +3,7 @@
 #include "convert/UniversalExtension.h"
 #include "platform/Exceptions.h"
 #include "platform/Log.h"
+#include "tool/GlobalMethods.h"
 
 namespace grantwright::FolderItemExtension {
 
@@ -76,6 +77,33 @@ bool ReadContentsSmartZRN(const FolderItemRef& file, String& contents,
   if (replaceLineEndings) contents = ReplaceLineEndings(contents, EndOfLine);
   if (forceUTF8) contents = UniversalExtension::EnsureUTF8EncodingZRN(contents);
   return true;
+}
+
+String PathZRN(const FolderItemRef& file, bool abbreviateHome) {
+  const String path(NonNil(file)->NativePath());
+  if (path.IsEmpty()) {
+    System::DebugLog(String("Failed to get native path for file: ") + path);
+    return String();
+  }
+  if (!abbreviateHome) return path;
+  const FolderItemRef home = GlobalMethods::UserHomeActualZRN();
+  if (!home || !home->Exists()) return path;
+  const String homePath = PathZRN(home, false);
+  const int64_t length = Len(homePath);
+  if (Left(path, length) == homePath) return String("~") + Mid(path, length + 1);
+  return path;
+}
+
+FolderItemRef GetSubFolderItemZRN(const FolderItemRef& file, const std::vector<String>& names) {
+  if (!file) return nullptr;
+  FolderItemRef item = file;
+  for (const String& name : names) {
+    item = item->Child(name);
+    if (!item) return nullptr;
+  }
+  const FolderItemRef parent = item->Parent();
+  if (!parent || !parent->Exists()) return nullptr;
+  return item;
 }
 
 }  // namespace grantwright::FolderItemExtension

@@ -2,6 +2,8 @@
 // FolderItemExtension: reading whole text files with their encoding found from the first
 // bytes.
 
+#include <vector>
+
 #include "platform/BinaryStream.h"
 #include "platform/FolderItem.h"
 #include "platform/String.h"
@@ -34,5 +36,17 @@ String ReadRemainderZRN(const BinaryStreamRef& stream, const TextEncoding* encod
 bool ReadContentsSmartZRN(const FolderItemRef& file, String& contents,
                           const TextEncoding* overrideEncoding, bool showErrorDialog,
                           bool replaceLineEndings, bool forceUTF8);
+
+// The item's native path; with `abbreviateHome`, a path that begins with the path of the
+// user's real home folder (UserHomeActualZRN; compared ignoring case, character by
+// character, not by path component) has that beginning replaced by "~". An item without
+// a path gives "" and logs "Failed to get native path for file: ". A nil file raises
+// NilObjectException.
+String PathZRN(const FolderItemRef& file, bool abbreviateHome);
+
+// The item reached from `file` through each name in turn (FolderItem::Child); nil when
+// `file` is nil, a name cannot be an item, or the item's parent folder is missing or
+// absent. The item itself need not exist.
+FolderItemRef GetSubFolderItemZRN(const FolderItemRef& file, const std::vector<String>& names);
 
 }  // namespace grantwright::FolderItemExtension

@@ -2,6 +2,7 @@
 
 #include <utf8proc.h>
 
+#include <algorithm>
 #include <charconv>
 #include <climits>
 #include <cstdint>
@@ -23,9 +24,9 @@ String::String(std::string bytes, const TextEncoding* encoding)
 
 namespace {
 
-bool ReadsAsUnicode(const String& s) {
-  return s.Encoding() != nullptr && s.Encoding()->IsUnicode();
-}
+// Tagged text is read as Unicode characters (a windows-1252 byte is one character either
+// way); untagged bytes are characters one by one.
+bool ReadsAsUnicode(const String& s) { return s.Encoding() != nullptr; }
 
 // The bytes that stand for the text in UTF-8 form, without copying when they already are.
 struct Utf8View {
@@ -33,7 +34,7 @@ struct Utf8View {
   Utf8View& operator=(const Utf8View&) = delete;
   explicit Utf8View(const String& s) {
     const TextEncoding* e = s.Encoding();
-    if (e == nullptr || !e->IsUnicode() || e == Encodings::UTF8()) {
+    if (e == nullptr || e == Encodings::UTF8() || e == Encodings::ASCII()) {
       view = s.Bytes();
     } else {
       owned = ConvertEncoding(s, Encodings::UTF8()).Bytes();
@@ -167,6 +168,29 @@ int64_t Len(const String& text) {
     ++count;
   }
   return count;
+}
+
+namespace {
+
+// The characters from index `first` (from 0) up to `last` (exclusive), clamped.
+String Characters(const String& text, int64_t first, int64_t last) {
+  const bool unicode = ReadsAsUnicode(text);
+  const Utf8View view(text);
+  const FoldedText chars(view.view, unicode);
+  const int64_t n = static_cast<int64_t>(chars.chars.size());
+  first = std::clamp<int64_t>(first, 0, n);
+  last = std::clamp<int64_t>(last, first, n);
+  const size_t b0 = chars.offsets[static_cast<size_t>(first)];
+  const size_t b1 = chars.offsets[static_cast<size_t>(last)];
+  return String(std::string(view.view.substr(b0, b1 - b0)), PieceEncoding(text));
+}
+
+}  // namespace
+
+String Left(const String& text, int64_t count) { return Characters(text, 0, count); }
+
+String Mid(const String& text, int64_t start) {
+  return Characters(text, start - 1, INT64_MAX);
 }
 
 int64_t InStr(int64_t start, const String& source, const String& find) {

@@ -64,6 +64,10 @@ extern const char* const EndOfLine;
 // Number of characters (see the header comment for what a character is).
 int64_t Len(const String& text);
 
+// The first `count` characters; the characters from position `start` (from 1) to the end.
+String Left(const String& text, int64_t count);
+String Mid(const String& text, int64_t start);
+
 // Position (from 1) of `find` in `source` at or after character `start` (from 1), ignoring
 // case; 0 when not found. An empty `find` is not found.
 int64_t InStr(int64_t start, const String& source, const String& find);

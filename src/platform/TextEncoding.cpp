@@ -45,6 +45,7 @@ bool IsTextCodePoint(uint32_t cp) {
 
 bool IsValidUtf16(std::string_view bytes, bool littleEndian) {
   if (bytes.size() % 2 != 0) return false;
+  bool holdsLatin1 = bytes.empty();
   const auto unit = [&](size_t i) -> uint32_t {
     const auto b0 = static_cast<unsigned char>(bytes[i]);
     const auto b1 = static_cast<unsigned char>(bytes[i + 1]);
@@ -61,8 +62,9 @@ bool IsValidUtf16(std::string_view bytes, bool littleEndian) {
       i += 2;
     }
     if (!IsTextCodePoint(cp)) return false;
+    holdsLatin1 |= cp < 0x100;
   }
-  return true;
+  return holdsLatin1;
 }
 
 bool IsValidUtf32(std::string_view bytes, bool littleEndian) {

@@ -34,8 +34,14 @@ class TextEncoding {
   // them before the system default and a single-byte text must not be taken for CJK text:
   // the length must be a whole number of code units; surrogates must be paired (UTF-16)
   // or absent (UTF-32); and no code point may be unassigned, a noncharacter, private-use,
-  // or a C0 control other than TAB, LF and CR. UTF-16 (without an order) honours a leading
-  // byte order mark and is big-endian without one; the mark itself is not text.
+  // or a C0 control other than TAB, LF and CR. UTF-16 text must moreover hold at least one
+  // code point below U+0100 (a code unit with a zero byte): single-byte text has no zero
+  // bytes, and read in pairs it gives code points that are almost all assigned (mostly
+  // ideographs), so the rules above alone would let many such texts through, while real
+  // UTF-16 text nearly always holds a blank, a line end, a digit or an ASCII sign. The
+  // price is that UTF-16 text made only of characters above U+00FF and without a byte
+  // order mark is not recognised. UTF-16 (without an order) honours a leading byte order
+  // mark and is big-endian without one; the mark itself is not text.
   // The empty string is valid in every encoding.
   bool IsValidData(std::string_view bytes) const;
 

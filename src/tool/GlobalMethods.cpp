@@ -1,6 +1,9 @@
 #include "tool/GlobalMethods.h"
 
+#include "fileutil/FolderItemExtension.h"
+#include "platform/Exceptions.h"
 #include "platform/Log.h"
+#include "platform/SpecialFolder.h"
 
 namespace grantwright::GlobalMethods {
 
@@ -17,6 +20,17 @@ bool CBool(const Variant& value) {
   const String text = value.StringValue();
   if (text.IsEmpty() || text == "false" || text == "no" || text == "off") return false;
   return !(IsNumeric(text) && Val(text) == 0.0);
+}
+
+bool IsSandboxed() {
+  const String documents = FolderItemExtension::PathZRN(NonNil(SpecialFolder::Documents()), false);
+  return InStr(documents, "/snap/") != 0 || InStr(documents, "/.var/app/") != 0;
+}
+
+FolderItemRef UserHomeActualZRN() {
+  if (!IsSandboxed()) return SpecialFolder::UserHome();
+  return FolderItemExtension::GetSubFolderItemZRN(SpecialFolder::Home(),
+                                                  {SystemInformation::ShortUsername()});
 }
 
 }  // namespace grantwright::GlobalMethods

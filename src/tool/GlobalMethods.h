@@ -1,6 +1,7 @@
 #pragma once
 // GlobalMethods: the system's module of shared free functions.
 
+#include "platform/FolderItem.h"
 #include "platform/String.h"
 #include "platform/Variant.h"
 
@@ -17,5 +18,17 @@ void WriteStdOut(const String& text);
 // its text form ("True"/"False"), a number by its value. A value without a text form (an
 // object other than a Date, an array) raises TypeMismatchException.
 bool CBool(const Variant& value);
+
+// Whether the process runs confined in a container: its documents folder lies inside a
+// Snap confinement ("/snap/") or a Flatpak application folder ("/.var/app/"). Those are
+// the places where a confined process on Linux sees its own home instead of the user's,
+// as a sandboxed process elsewhere sees a container. Raises NilObjectException when there
+// is no documents folder (no home folder is known).
+bool IsSandboxed();
+
+// The user's real home folder: SpecialFolder::UserHome outside a container; inside one,
+// the folder named after ShortUsername under SpecialFolder::Home (nil when its parent is
+// missing).
+FolderItemRef UserHomeActualZRN();
 
 }  // namespace grantwright::GlobalMethods

@@ -122,4 +122,23 @@ LogCapture::~LogCapture() { SetLogSink(std::move(previous_)); }
 
 bool IsRoot() { return ::geteuid() == 0; }
 
+ScopedEnv::ScopedEnv(const char* name, const char* value) : name_(name) {
+  const char* old = std::getenv(name);
+  hadOld_ = old != nullptr;
+  if (hadOld_) old_ = old;
+  if (value) {
+    ::setenv(name, value, 1);
+  } else {
+    ::unsetenv(name);
+  }
+}
+
+ScopedEnv::~ScopedEnv() {
+  if (hadOld_) {
+    ::setenv(name_.c_str(), old_.c_str(), 1);
+  } else {
+    ::unsetenv(name_.c_str());
+  }
+}
+
 }  // namespace grantwright::testing

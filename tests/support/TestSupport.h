@@ -60,6 +60,20 @@ class LogCapture {
 
 bool IsRoot();
 
+// Sets (or, with a null value, unsets) an environment variable for its lifetime.
+class ScopedEnv {
+ public:
+  ScopedEnv(const char* name, const char* value);
+  ~ScopedEnv();
+  ScopedEnv(const ScopedEnv&) = delete;
+  ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+ private:
+  std::string name_;
+  std::string old_;
+  bool hadOld_;
+};
+
 }  // namespace grantwright::testing
 
 // Skips the current test with a message when the process is not root.
