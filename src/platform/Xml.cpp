@@ -61,11 +61,11 @@ std::string Utf8Bytes(const String& text) {
 size_t FirstInvalidUtf8(std::string_view bytes) {
   size_t pos = 0;
   while (pos < bytes.size()) {
-    if (pos + 8 <= bytes.size()) {
-      uint64_t word;
-      std::memcpy(&word, bytes.data() + pos, sizeof word);
-      if ((word & 0x8080808080808080ULL) == 0) {
-        pos += 8;
+    if (pos + 32 <= bytes.size()) {
+      uint64_t words[4];
+      std::memcpy(words, bytes.data() + pos, sizeof words);
+      if (((words[0] | words[1] | words[2] | words[3]) & 0x8080808080808080ULL) == 0) {
+        pos += 32;
         continue;
       }
     }
@@ -173,27 +173,49 @@ size_t XmlNode::ChildCount() const {
 
 XmlNode XmlNode::Child(size_t index) const {
   XmlNode child = FirstChild();
-  for (size_t i = 0; i < index && child; ++i) child = child.NextSibling();
+  for (size_t i = 0; i < index && child; ++i) child = std::move(child).NextSibling();
   return child;
 }
 
-XmlNode XmlNode::FirstChild() const {
+pugi::xml_node_struct* XmlNode::FirstChildNode() const {
   RequireNode();
-  if (attribute_ != nullptr) return XmlNode();
+  if (attribute_ != nullptr) return nullptr;
   pugi::xml_node c = Node(node_).first_child();
   if (tree_->IsStaging(c)) c = c.next_sibling();
-  return c ? XmlNode(tree_, c.internal_object(), nullptr) : XmlNode();
+  return c.internal_object();
 }
 
-XmlNode XmlNode::NextSibling() const {
+XmlNode XmlNode::FirstChild() const {
+  pugi::xml_node_struct* first = FirstChildNode();
+  return first ? XmlNode(tree_, first, nullptr) : XmlNode();
+}
+
+bool XmlNode::HasChildNodes() const { return FirstChildNode() != nullptr; }
+
+std::string_view XmlNode::FirstChildValueView() const {
+  pugi::xml_node_struct* first = FirstChildNode();
+  return first ? Node(first).value() : std::string_view();
+}
+
+pugi::xml_node_struct* XmlNode::NextSiblingNode() const {
   RequireNode();
-  if (attribute_ != nullptr) return XmlNode();
+  if (attribute_ != nullptr) return nullptr;
   const pugi::xml_node self = Node(node_);
   // Nodes waiting to be appended are no siblings of each other.
-  if (tree_->IsStaging(self.parent())) return XmlNode();
+  if (tree_->IsStaging(self.parent())) return nullptr;
   pugi::xml_node c = self.next_sibling();
   if (tree_->IsStaging(c)) c = c.next_sibling();
-  return c ? XmlNode(tree_, c.internal_object(), nullptr) : XmlNode();
+  return c.internal_object();
+}
+
+XmlNode XmlNode::NextSibling() const& {
+  pugi::xml_node_struct* next = NextSiblingNode();
+  return next ? XmlNode(tree_, next, nullptr) : XmlNode();
+}
+
+XmlNode XmlNode::NextSibling() && {
+  pugi::xml_node_struct* next = NextSiblingNode();
+  return next ? XmlNode(std::move(tree_), next, nullptr) : XmlNode();
 }
 
 XmlNode XmlNode::Parent() const {
@@ -208,7 +230,11 @@ std::string_view XmlNode::AttributeView(std::string_view name) const {
   RequireNode();
   if (attribute_ != nullptr) return {};
   for (pugi::xml_attribute a = Node(node_).first_attribute(); a; a = a.next_attribute()) {
-    if (name == a.name()) return a.value();
+    // Compared in place: measuring every attribute's name first costs more than this.
+    const char* candidate = a.name();
+    size_t i = 0;
+    while (i < name.size() && candidate[i] != '\0' && candidate[i] == name[i]) ++i;
+    if (i == name.size() && candidate[i] == '\0') return a.value();
   }
   return {};
 }

@@ -10,6 +10,7 @@
 #include "platform/Exceptions.h"
 #include "platform/Log.h"
 #include "platform/Picture.h"
+#include "platform/TextEncoding.h"
 #include "platform/UrlCoding.h"
 #include "platform/Utf8.h"
 #include "tool/GlobalMethods.h"
@@ -24,52 +25,75 @@ enum class Row {
   kArray, kUntyped, kUnknown,
 };
 
-struct Keyword {
-  std::string_view text;
-  Row row;
-};
-
-constexpr Keyword kKeywords[] = {
-    {"Boolean", Row::kBoolean}, {"Color", Row::kColor},   {"GMTTimeStampZRN", Row::kTimeStamp},
-    {"Double", Row::kDouble},   {"Integer", Row::kInteger}, {"Dictionary", Row::kDictionary},
-    {"Picture", Row::kPicture}, {"Single", Row::kSingle}, {"String", Row::kString},
-    {"Array", Row::kArray},
-};
-
-char AsciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
-
-bool AsciiEqualIgnoringCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    if (AsciiLower(a[i]) != AsciiLower(b[i])) return false;
+// Whether `text` is `lower` (a keyword of lower-case ASCII letters) in any case.
+bool IsKeyword(std::string_view text, std::string_view lower) {
+  if (text.size() != lower.size()) return false;
+  for (size_t i = 0; i < text.size(); ++i) {
+    // Setting bit 5 lowers an upper-case letter and changes no byte into another letter.
+    if ((text[i] | 0x20) != lower[i]) return false;
   }
   return true;
 }
 
-// The row a datatype picks. ASCII text, nearly all there is, is compared byte by byte;
-// other text goes through the String comparison, under which a few non-ASCII letters
-// equal ASCII ones ("ſtring" is "String").
-Row RowOf(std::string_view datatype) {
-  if (datatype.empty()) return Row::kUntyped;
-  if (utf8::IsAscii(datatype)) {
-    for (const Keyword& k : kKeywords) {
-      if (AsciiEqualIgnoringCase(datatype, k.text)) return k.row;
-    }
-    return Row::kUnknown;
-  }
-  const String text(datatype);
-  for (const Keyword& k : kKeywords) {
-    if (text == String(k.text)) return k.row;
+// The row of a datatype by ASCII comparison, told by its length first.
+Row AsciiRowOf(std::string_view t) {
+  switch (t.size()) {
+    case 5:
+      if (IsKeyword(t, "color")) return Row::kColor;
+      if (IsKeyword(t, "array")) return Row::kArray;
+      break;
+    case 6:
+      if (IsKeyword(t, "string")) return Row::kString;
+      if (IsKeyword(t, "double")) return Row::kDouble;
+      if (IsKeyword(t, "single")) return Row::kSingle;
+      break;
+    case 7:
+      if (IsKeyword(t, "integer")) return Row::kInteger;
+      if (IsKeyword(t, "boolean")) return Row::kBoolean;
+      if (IsKeyword(t, "picture")) return Row::kPicture;
+      break;
+    case 10:
+      if (IsKeyword(t, "dictionary")) return Row::kDictionary;
+      break;
+    case 15:
+      if (IsKeyword(t, "gmttimestampzrn")) return Row::kTimeStamp;
+      break;
   }
   return Row::kUnknown;
 }
 
-// Position of "array_" (ASCII letters in any case) in `name` at or after `from`; npos when
+// The row a datatype picks. Datatypes are ASCII nearly always; other text goes through the
+// String comparison, under which a few non-ASCII letters equal ASCII ones ("ſtring" is
+// "String").
+Row RowOf(std::string_view datatype) {
+  if (datatype.empty()) return Row::kUntyped;
+  const Row row = AsciiRowOf(datatype);
+  if (row != Row::kUnknown || utf8::IsAscii(datatype)) return row;
+  const String text(datatype);
+  for (const char* keyword : {"Boolean", "Color", "GMTTimeStampZRN", "Double", "Integer",
+                              "Dictionary", "Picture", "Single", "String", "Array"}) {
+    if (text == keyword) return AsciiRowOf(keyword);
+  }
+  return Row::kUnknown;
+}
+
+// UniversalExtension::DecodingFromURLZRN of the text, without the copies that going
+// through Strings makes: decoded bytes that are valid UTF-8, the first encoding it tries,
+// are tagged so here, and only other bytes take the whole road.
+String UrlDecodedText(std::string_view text) {
+  std::string bytes = DecodedURLBytes(text);
+  if (!Encodings::UTF8()->IsValidData(bytes)) {
+    return UniversalExtension::EnsureUTF8EncodingZRN(String(std::move(bytes), nullptr));
+  }
+  std::erase(bytes, '\0');
+  return String(std::move(bytes), Encodings::UTF8());
+}
+
+// Position of "array_" (its letters in any case) in `name` at or after `from`; npos when
 // there is none.
 size_t FindArrayMark(std::string_view name, size_t from) {
-  constexpr std::string_view kMark = "array_";
-  for (size_t i = from; i + kMark.size() <= name.size(); ++i) {
-    if (AsciiEqualIgnoringCase(name.substr(i, kMark.size()), kMark)) return i;
+  for (size_t i = from; i + 6 <= name.size(); ++i) {
+    if (name[i + 5] == '_' && IsKeyword(name.substr(i, 5), "array")) return i;
   }
   return std::string_view::npos;
 }
@@ -112,12 +136,17 @@ class Decoder {
 };
 
 Variant Decoder::Value(const XmlNode& node, std::string_view datatype) {
-  const XmlNode first = node.FirstChild();
-  if (!first) return String(node.ValueView());
+  if (!node.HasChildNodes()) return String(node.ValueView());
   const Row row = RowOf(datatype);
-  if (row == Row::kDictionary || row == Row::kArray) return Container(node, row == Row::kArray);
-  if (row == Row::kUnknown) return Variant();
-  const String text(first.ValueView());
+  switch (row) {
+    case Row::kDictionary:
+    case Row::kArray: return Container(node, row == Row::kArray);
+    case Row::kUnknown: return Variant();
+    case Row::kString: return UrlDecodedText(node.FirstChildValueView());
+    case Row::kUntyped: return String(node.FirstChildValueView());
+    default: break;
+  }
+  const String text(node.FirstChildValueView());
   switch (row) {
     case Row::kBoolean: return GlobalMethods::CBool(Variant(text));
     case Row::kColor: return ColorOf(text);
@@ -125,9 +154,7 @@ Variant Decoder::Value(const XmlNode& node, std::string_view datatype) {
     case Row::kDouble: return Val(text);
     case Row::kInteger: return TruncateToInt64(Val(text));
     case Row::kPicture: return BinaryStringtoPicture(DecodingFromURL(text));
-    case Row::kSingle: return static_cast<float>(Val(text));
-    case Row::kString: return UniversalExtension::DecodingFromURLZRN(text);
-    default: return text;  // untyped: the text as it stands
+    default: return static_cast<float>(Val(text));  // Single
   }
 }
 
@@ -144,32 +171,41 @@ Variant Decoder::Container(const XmlNode& node, bool isArray) {
 
 Variant Decoder::DictionaryOf(const XmlNode& node) {
   auto dict = std::make_shared<Dictionary>();
-  for (XmlNode child = node.FirstChild(); child; child = child.NextSibling()) {
+  dict->Reserve(node.ChildCount());
+  for (XmlNode child = node.FirstChild(); child; child = std::move(child).NextSibling()) {
     const std::string_view datatype = child.AttributeView("datatype");
     if (datatype.empty()) continue;
     Variant value = Value(child, datatype);
     if (tooDeep_) return Variant();
-    dict->SetValue(child.Name(), std::move(value));
+    dict->SetValue(String(child.NameView()), std::move(value));
   }
   return dict;
 }
 
 Variant Decoder::ArrayOf(const XmlNode& node) {
-  std::vector<std::pair<int64_t, Variant>> items;
-  for (XmlNode child = node.FirstChild(); child; child = child.NextSibling()) {
+  const size_t count = node.ChildCount();
+  auto values = NewArray<Variant>();
+  values->reserve(count);
+  std::vector<int64_t> indices;
+  indices.reserve(count);
+  for (XmlNode child = node.FirstChild(); child; child = std::move(child).NextSibling()) {
     const std::string_view datatype = child.AttributeView("datatype");
     if (datatype.empty()) continue;
     Variant value = Value(child, datatype);
     if (tooDeep_) return Variant();
-    items.emplace_back(ArrayIndex(child), std::move(value));
+    values->push_back(std::move(value));
+    indices.push_back(ArrayIndex(child));
   }
+  if (std::is_sorted(indices.begin(), indices.end())) return values;
   // Stable: elements with the same number keep their document order.
-  std::stable_sort(items.begin(), items.end(),
-                   [](const auto& a, const auto& b) { return a.first < b.first; });
-  auto values = NewArray<Variant>();
-  values->reserve(items.size());
-  for (auto& item : items) values->push_back(std::move(item.second));
-  return values;
+  std::vector<size_t> order(indices.size());
+  for (size_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::stable_sort(order.begin(), order.end(),
+                   [&](size_t a, size_t b) { return indices[a] < indices[b]; });
+  auto sorted = NewArray<Variant>();
+  sorted->reserve(order.size());
+  for (size_t i : order) sorted->push_back(std::move((*values)[i]));
+  return sorted;
 }
 
 }  // namespace
@@ -180,13 +216,13 @@ DictionaryRef AsDictionaryFromXMLStringZRN(const String& text) {
   if (!root) return nullptr;
   auto dict = std::make_shared<Dictionary>();
   Decoder decoder;
-  for (XmlNode child = root.FirstChild(); child; child = child.NextSibling()) {
+  for (XmlNode child = root.FirstChild(); child; child = std::move(child).NextSibling()) {
     Variant value = decoder.Value(child);
     if (decoder.TooDeep()) {
       LogTooDeep();
       return nullptr;
     }
-    if (!value.IsNil()) dict->SetValue(child.Name(), std::move(value));
+    if (!value.IsNil()) dict->SetValue(String(child.NameView()), std::move(value));
   }
   return dict;
 }
