@@ -26,6 +26,7 @@ const char kTooDeep[] = "The XML could not be decoded: it nests containers more 
 // A value as compact text: 'string', i3, d0.25, f0.5, c255, true, t<unix seconds>,
 // pic<w>x<h>, {key=value,...}, [value,...], nil. Strings must carry UTF-8.
 std::string Describe(const Variant& v) {
+  std::string out;
   switch (v.Type()) {
     case Variant::kNil: return "nil";
     case Variant::kBoolean: return v.BooleanValue() ? "true" : "false";
@@ -33,29 +34,21 @@ std::string Describe(const Variant& v) {
     case Variant::kDouble: return "d" + Str(v.DoubleValue()).Bytes();
     case Variant::kSingle: return "f" + Str(v.DoubleValue()).Bytes();
     case Variant::kColor: return "c" + std::to_string(v.ColorValue().value);
-    case Variant::kString: {
-      const String& s = *v.Get<String>();
-      return (s.Encoding() == Encodings::UTF8() ? "'" : "untagged'") + s.Bytes() + "'";
-    }
-    case Variant::kDate: {
-      const double moment = v.ObjectAs<Date>()->MomentSeconds() - Date::kUnixEpochIn1904;
-      return "t" + std::to_string(static_cast<int64_t>(moment));
-    }
-    case Variant::kArray: {
-      std::string out = "[";
+    case Variant::kString:
+      return (v.Get<String>()->Encoding() == Encodings::UTF8() ? "'" : "untagged'") + v.Get<String>()->Bytes() + "'";
+    case Variant::kDate:
+      return "t" + std::to_string(static_cast<int64_t>(v.ObjectAs<Date>()->MomentSeconds() - Date::kUnixEpochIn1904));
+    case Variant::kArray:
       for (size_t i = 0; i < v.ArraySize(); ++i) out += (i ? "," : "") + Describe(v.ArrayElement(i));
-      return out + "]";
-    }
-    default: break;
+      return "[" + out + "]";
   }
   if (const auto picture = v.ObjectAs<Picture>()) {
     return "pic" + std::to_string(picture->Width()) + "x" + std::to_string(picture->Height());
   }
-  std::string out = "{";
   for (const auto& [key, value] : v.ObjectAs<Dictionary>()->Entries()) {
-    out += (out.size() > 1 ? "," : "") + key.Get<String>()->Bytes() + "=" + Describe(value);
+    out += (out.empty() ? "" : ",") + key.Get<String>()->Bytes() + "=" + Describe(value);
   }
-  return out + "}";
+  return "{" + out + "}";
 }
 
 std::string Decoded(const String& text) {
@@ -122,8 +115,6 @@ TEST(TypedDecoder, ReadsEachDatatypeByItsRow) {
       {"String", "x<b/>y", "'x'"},         {"String", "<!--c%20d-->x", "'c d'"},
       {"Integer", "<b>5</b>", "i0"},       {"String", "<![CDATA[a%20b]]>", "'a b'"},
       {"Dictionary", "<a>1</a>text", "{}"}, {"Array", "<array_0>1</array_0>", "[]"},
-      {"Dictionary", "<a datatype=\"Array\"><array_0 datatype=\"Array\"><array_0 datatype=\"Dictionary\"><b datatype=\"Integer\">1</b></array_0></array_0></a>",
-       "{a=[[{b=i1}]]}"},
   };
   for (const Case& c : cases) {
     const std::string attribute = c.datatype ? std::string(" datatype=\"") + c.datatype + "\"" : "";
@@ -176,21 +167,18 @@ TEST(TypedDecoder, DecodesEveryTypeNestedDeep) {
 TEST(TypedDecoder, BadDocumentsGiveNilAndALogLine) {
   const std::string deep512 = Repeat("<d datatype=\"Dictionary\">", 512) + "<v datatype=\"Integer\">1</v>" +
                               Repeat("</d>", 512);
-  struct Case {
+  const struct {
     String text;
     const char* log;  // the log line, or null for none
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"", nullptr},
       {"<config><Owner datatype=\"String\">ro", "Error Code: 14"},
-      {"not xml", "Error Code: 16"},
       {String(std::string("<r><a>\xE9</a></r>"), Encodings::UTF8()), "Error Code: 100"},
-      {String(std::string("<\0r\0/\0>\0", 8), Encodings::UTF8()), "Error Code: 5"},
       {"<r>" + Repeat("<a datatype=\"Array\">", 10000) + Repeat("</a>", 10000) + "</r>", kTooDeep},
       {"<r>" + Repeat("<a datatype=\"Array\">", 1000000) + Repeat("</a>", 1000000) + "</r>", kTooDeep},
-      {"<r>" + Repeat("<d datatype=\"Dictionary\">", 1) + deep512 + "</d></r>", kTooDeep},
+      {"<r><d datatype=\"Dictionary\">" + deep512 + "</d></r>", kTooDeep},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const testing::LogCapture log;
     EXPECT_EQ(AsDictionaryFromXMLStringZRN(c.text), nullptr) << c.text.Bytes().substr(0, 60);
     ASSERT_EQ(log.lines().size(), c.log ? 1u : 0u);
@@ -205,11 +193,9 @@ TEST(TypedDecoder, BadDocumentsGiveNilAndALogLine) {
   EXPECT_EQ(Decoded("<!DOCTYPE r [<!ENTITY a \"aa\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;&a;\">]>"
                     "<r><x datatype=\"String\">&b;</x></r>"),
             "{x='&b;'}");
-  EXPECT_EQ(Decoded("<!DOCTYPE r [<!ENTITY e SYSTEM \"file:///etc/passwd\">]><r><x>&e;</x></r>"),
-            "{x='&e;'}");
+  EXPECT_EQ(Decoded("<!DOCTYPE r [<!ENTITY e SYSTEM \"file:///etc/passwd\">]><r><x>&e;</x></r>"), "{x='&e;'}");
   // A root without children, or a comment that stands in for it, gives an empty Dictionary.
-  EXPECT_EQ(Decoded("<r/>"), "{}");
-  EXPECT_EQ(Decoded("<!--c--><r><a>1</a></r>"), "{}");
+  EXPECT_EQ(Decoded("<r/>") + Decoded("<!--c--><r><a>1</a></r>"), "{}{}");
 }
 
 TEST(TypedDecoder, SingleNodesAndSetString) {
@@ -218,20 +204,17 @@ TEST(TypedDecoder, SingleNodesAndSetString) {
   XMLExtension::SetString(root, "Path", "/tmp/a b", true);
   XMLExtension::SetString(root, "Raw", "a<b", false);
   EXPECT_TRUE(Identical(root.ToString(), "<config><Path>%2Ftmp%2Fa%20b</Path><Raw>a&lt;b</Raw></config>"));
-  const XMLData data(root);
-  EXPECT_TRUE(Identical(data.GetURLDecodedString("Path", "", false), "/tmp/a b"));
-  EXPECT_EQ(Describe(XMLExtension::ToDictionaryFromXMLZRN_ParseNode(root.FirstChild().FirstChild())),
-            "'%2Ftmp%2Fa%20b'");
+  EXPECT_TRUE(Identical(XMLData(root).GetURLDecodedString("Path", "", false), "/tmp/a b"));
 
-  const XmlDocument parsed = [] {
-    XmlDocument d;
-    d.LoadXml("<r k=\"v\"><a datatype=\"Integer\">4</a></r>");
-    return d;
-  }();
-  EXPECT_EQ(Describe(XMLExtension::ToDictionaryFromXMLZRN_ParseNode(parsed.FirstChild().FirstChild())), "i4");
-  EXPECT_EQ(Describe(XMLExtension::ToDictionaryFromXMLZRN_ParseNode(parsed.FirstChild().Xql("@k").Item(0))),
-            "'v'");
-  EXPECT_THROW(XMLExtension::ToDictionaryFromXMLZRN_ParseNode(XmlNode()), NilObjectException);
+  const auto parse = [](const XmlNode& node) {
+    return Describe(XMLExtension::ToDictionaryFromXMLZRN_ParseNode(node));
+  };
+  EXPECT_EQ(parse(root.FirstChild().FirstChild()), "'%2Ftmp%2Fa%20b'");  // a text node
+  XmlDocument parsed;
+  parsed.LoadXml("<r k=\"v\"><a datatype=\"Integer\">4</a></r>");
+  EXPECT_EQ(parse(parsed.FirstChild().FirstChild()), "i4");
+  EXPECT_EQ(parse(parsed.FirstChild().Xql("@k").Item(0)), "'v'");
+  EXPECT_THROW(parse(XmlNode()), NilObjectException);
   EXPECT_THROW(XMLExtension::SetString(XmlNode(), "a", "b", false), NilObjectException);
 }
 
