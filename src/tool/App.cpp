@@ -2,6 +2,7 @@
 
 #include "fileutil/FolderItemExtension.h"
 #include "platform/FolderItem.h"
+#include "prefs/CorePreferences.h"
 #include "tool/GlobalMethods.h"
 #include "xml/XMLExtension.h"
 
@@ -10,6 +11,7 @@ namespace grantwright {
 using GlobalMethods::WriteStdOut;
 
 int64_t App::Event_Run(const std::vector<String>& args) {
+  CorePreferences::Load();
   bool applyACL = false;
   for (size_t i = 0; i < args.size(); ++i) {
     if (args[i] == "-a") {

@@ -17,8 +17,9 @@ class App {
   static constexpr int64_t kJobFailed = -2;
 
   // Runs the whole job for the command line `args` (element 0 is the program's path) and
-  // gives the process result. The scan takes "-a" (any case) as the ACL switch and stops
-  // at the first "-f" (any case), whose next argument is the configuration path.
+  // gives the process result. Preferences are loaded first (CorePreferences.Load), on
+  // every run. The scan takes "-a" (any case) as the ACL switch and stops at the first
+  // "-f" (any case), whose next argument is the configuration path.
   // - "-f" last: "Missing path argument", -1.
   // - no "-f": "Unhandled or missing required arguments.", "Found Arguments: " and the
   //   arguments one a line, -1.

@@ -4,6 +4,8 @@
 #include "platform/Exceptions.h"
 #include "platform/Log.h"
 #include "platform/SpecialFolder.h"
+#include "prefs/CorePreferences.h"
+#include "tool/Startup.h"
 
 namespace grantwright::GlobalMethods {
 
@@ -31,6 +33,13 @@ FolderItemRef UserHomeActualZRN() {
   if (!IsSandboxed()) return SpecialFolder::UserHome();
   return FolderItemExtension::GetSubFolderItemZRN(SpecialFolder::Home(),
                                                   {SystemInformation::ShortUsername()});
+}
+
+bool DebuggingEnabledZRN() {
+  if (!CorePreferences::dPreferenceDefaults) {
+    CorePreferences::dPreferenceDefaults = std::make_shared<Dictionary>();
+  }
+  return Startup::CachedDebugMode;
 }
 
 }  // namespace grantwright::GlobalMethods

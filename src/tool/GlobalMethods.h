@@ -31,4 +31,8 @@ bool IsSandboxed();
 // missing).
 FolderItemRef UserHomeActualZRN();
 
+// The debug switch, Startup::CachedDebugMode. Makes sure the table of preference defaults
+// exists (an empty one when CorePreferences has not been loaded yet).
+bool DebuggingEnabledZRN();
+
 }  // namespace grantwright::GlobalMethods

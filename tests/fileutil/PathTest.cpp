@@ -7,7 +7,9 @@
 #include "platform/Exceptions.h"
 #include "platform/SpecialFolder.h"
 #include "support/TestSupport.h"
+#include "prefs/CorePreferences.h"
 #include "tool/GlobalMethods.h"
+#include "tool/Startup.h"
 
 namespace grantwright::testing {
 namespace {
@@ -90,6 +92,20 @@ TEST(ProcessEnvironment, SnapOrFlatpakHomeLeadsToTheRealHome) {
   }
   const ScopedEnv noHome("HOME", nullptr);
   EXPECT_NE(SpecialFolder::UserHome(), nullptr);  // from the account database
+}
+
+TEST(ProcessEnvironment, DebugSwitchAndTheDefaultsTable) {
+  const DictionaryRef saved = CorePreferences::dPreferenceDefaults;
+  CorePreferences::dPreferenceDefaults = nullptr;
+  EXPECT_FALSE(GlobalMethods::DebuggingEnabledZRN());
+  ASSERT_NE(CorePreferences::dPreferenceDefaults, nullptr);
+  EXPECT_EQ(CorePreferences::dPreferenceDefaults->Count(), 0u);
+  const DictionaryRef created = CorePreferences::dPreferenceDefaults;
+  Startup::CachedDebugMode = true;
+  EXPECT_TRUE(GlobalMethods::DebuggingEnabledZRN());
+  EXPECT_EQ(CorePreferences::dPreferenceDefaults, created);  // made once, then kept
+  Startup::CachedDebugMode = false;
+  CorePreferences::dPreferenceDefaults = saved;
 }
 
 }  // namespace

@@ -49,6 +49,49 @@ std::string TempDir::Write(const std::string& name, const std::string& bytes) co
 
 namespace {
 
+// Every test process and the processes it starts keep their preferences in a folder of
+// their own, never in the real user's: one XDG_CONFIG_HOME per user id below a shared,
+// world-writable (sticky) folder that goes away when the test process ends.
+class ConfigSandbox {
+ public:
+  ConfigSandbox() {
+    const char* base = std::getenv("TMPDIR");
+    std::string pattern = std::string(base && *base ? base : "/tmp") + "/grantwright-config-XXXXXX";
+    if (::mkdtemp(pattern.data()) == nullptr) return;
+    ::chmod(pattern.c_str(), 01777);
+    root_ = pattern;
+    ::setenv("XDG_CONFIG_HOME", HomeFor(::geteuid()).c_str(), 1);
+  }
+  ~ConfigSandbox() {
+    if (root_.empty() || ::getpid() != owner_) return;
+    std::error_code ec;
+    std::filesystem::remove_all(root_, ec);
+  }
+  std::string HomeFor(uid_t uid) const { return root_ + "/uid-" + std::to_string(uid); }
+
+ private:
+  std::string root_;
+  pid_t owner_ = ::getpid();
+};
+
+const ConfigSandbox& Sandbox() {
+  static const ConfigSandbox sandbox;
+  return sandbox;
+}
+
+// Set up before main, so that code under test never sees the real configuration folder.
+const bool kSandboxReady = (Sandbox(), true);
+
+bool HasVariable(const std::vector<std::string>& env, std::string_view name) {
+  for (const std::string& entry : env) {
+    if (entry.size() > name.size() && entry.compare(0, name.size(), name) == 0 &&
+        entry[name.size()] == '=') {
+      return true;
+    }
+  }
+  return false;
+}
+
 void Drain(int outFd, int errFd, std::string& out, std::string& err) {
   struct pollfd fds[2] = {{outFd, POLLIN, 0}, {errFd, POLLIN, 0}};
   int open = 2;
@@ -84,6 +127,9 @@ ProcessResult Run(const std::vector<std::string>& argv, const RunOptions& option
   if (pid == 0) {
     ::dup2(outPipe[1], STDOUT_FILENO);
     ::dup2(errPipe[1], STDERR_FILENO);
+    if (options.uid != static_cast<uid_t>(-1) && !HasVariable(options.env, "XDG_CONFIG_HOME")) {
+      ::setenv("XDG_CONFIG_HOME", Sandbox().HomeFor(options.uid).c_str(), 1);
+    }
     for (const std::string& entry : options.env) ::putenv(const_cast<char*>(entry.c_str()));
     if (options.gid != static_cast<gid_t>(-1) && (::setgroups(0, nullptr) != 0 || ::setgid(options.gid) != 0)) _exit(126);
     if (options.uid != static_cast<uid_t>(-1) && ::setuid(options.uid) != 0) _exit(126);
