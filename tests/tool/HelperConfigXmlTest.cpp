@@ -7,15 +7,17 @@ namespace {
 
 TEST(HelperConfigXml, ReportsOnlyAConfigurationThatDoesNotDecode) {
   const TempDir dir;
-  const std::string bad = dir.Write("bad.xml", "<config><Owner datatype=\"String\">root</Own");
-  const ProcessResult failed = RunHelper({"-f", bad});
-  EXPECT_EQ(failed.status, 254);
-  EXPECT_EQ(failed.out, "Failed to read XML from config file!\n");
+  const RunOptions options{.env = {"GRANTWRIGHT_LOG=stderr"}};
+  const ProcessResult truncated =
+      RunHelper({"-f", dir.Write("bad.xml", "<config><Owner datatype=\"String\">root</Own")}, options);
+  EXPECT_EQ(truncated.out, "Failed to read XML from config file!\n");
+  EXPECT_NE(truncated.err.find("Error Code: 14"), std::string::npos) << truncated.err;
 
-  const std::string good = dir.Write(
-      "good.xml", "<config><UnixFilePath datatype=\"String\">%2Ftmp%2Fx</UnixFilePath></config>");
-  const ProcessResult decoded = RunHelper({"-f", good});
+  const ProcessResult decoded = RunHelper(
+      {"-f", dir.Write("good.xml", "<config><UnixFilePath datatype=\"String\">%2Ftmp%2Fx</UnixFilePath></config>")},
+      options);
   EXPECT_EQ(decoded.out.find("Failed to read XML"), std::string::npos);
+  EXPECT_EQ(decoded.err.find("Error Code"), std::string::npos);
 }
 
 }  // namespace
