@@ -41,6 +41,11 @@ struct ObjectArray {
 };
 
 class Variant {
+  using Value = std::variant<std::monostate, bool, int32_t, int64_t, float, double, Color, String,
+                             ObjectRef, ArrayRef<bool>, ArrayRef<Color>, ArrayRef<int32_t>,
+                             ArrayRef<int64_t>, ArrayRef<float>, ArrayRef<double>,
+                             ArrayRef<String>, ArrayRef<Variant>, ObjectArray>;
+
  public:
   enum TypeCode : int {
     kNil = 0,
@@ -67,9 +72,8 @@ class Variant {
   Variant(String v) : value_(std::move(v)) {}  // NOLINT
   Variant(const char* v) : value_(String(v)) {}  // NOLINT
   template <class T, class = std::enable_if_t<std::is_base_of_v<Object, T>>>
-  Variant(std::shared_ptr<T> object) {  // NOLINT
-    if (object) value_ = ObjectRef(std::move(object));
-  }
+  Variant(std::shared_ptr<T> object)  // NOLINT
+      : value_(object ? Value(ObjectRef(std::move(object))) : Value()) {}
   Variant(ArrayRef<bool> a) : value_(std::move(a)) {}  // NOLINT
   Variant(ArrayRef<Color> a) : value_(std::move(a)) {}  // NOLINT
   Variant(ArrayRef<int32_t> a) : value_(std::move(a)) {}  // NOLINT
@@ -135,11 +139,7 @@ class Variant {
   bool KeyEquals(const Variant& other) const;
 
  private:
-  std::variant<std::monostate, bool, int32_t, int64_t, float, double, Color, String, ObjectRef,
-               ArrayRef<bool>, ArrayRef<Color>, ArrayRef<int32_t>, ArrayRef<int64_t>,
-               ArrayRef<float>, ArrayRef<double>, ArrayRef<String>, ArrayRef<Variant>,
-               ObjectArray>
-      value_;
+  Value value_;
 };
 
 // Helpers for building arrays.
