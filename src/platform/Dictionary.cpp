@@ -1,17 +1,51 @@
 #include "platform/Dictionary.h"
 
+#include "platform/TextEncoding.h"
+#include "platform/Utf8.h"
+
 namespace grantwright {
 
 namespace {
-// Below this many entries a linear scan is cheaper than hashing a folded key.
+// Below this many entries a scan is cheaper than an index.
 constexpr size_t kIndexThreshold = 16;
+
+// ASCII text in UTF-8 form: its bytes are its characters, so case folding is ASCII's.
+bool IsAsciiKey(const String& key) {
+  const TextEncoding* e = key.Encoding();
+  const bool bytesAreUtf8 = e == nullptr || e == Encodings::UTF8() || e == Encodings::ASCII();
+  return bytesAreUtf8 && utf8::IsAscii(key.Bytes());
+}
+
+bool AsciiEqualIgnoringCase(const std::string& a, const std::string& b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    char x = a[i], y = b[i];
+    if (x >= 'A' && x <= 'Z') x = static_cast<char>(x + 32);
+    if (y >= 'A' && y <= 'Z') y = static_cast<char>(y + 32);
+    if (x != y) return false;
+  }
+  return true;
+}
 }  // namespace
 
-size_t Dictionary::Find(const Variant& key) const {
-  if (const String* text = key.Get<String>(); text && entries_.size() > kIndexThreshold) {
-    const auto it = stringIndex_.find(CaseFolded(*text));
+size_t Dictionary::FindString(const String& key) const {
+  if (entries_.size() > kIndexThreshold) {
+    const auto it = stringIndex_.find(CaseFolded(key));
     return it == stringIndex_.end() ? kMissing : it->second;
   }
+  const bool ascii = IsAsciiKey(key);
+  for (size_t i = 0; i < entries_.size(); ++i) {
+    const String* other = entries_[i].first.Get<String>();
+    if (other == nullptr) continue;
+    const bool equal = ascii && asciiKeys_[i] ? AsciiEqualIgnoringCase(key.Bytes(), other->Bytes())
+                                              : key == *other;
+    if (equal) return i;
+  }
+  return kMissing;
+}
+
+size_t Dictionary::Find(const Variant& key) const {
+  if (const String* text = key.Get<String>()) return FindString(*text);
   for (size_t i = 0; i < entries_.size(); ++i) {
     if (entries_[i].first.KeyEquals(key)) return i;
   }
@@ -29,22 +63,40 @@ Variant Dictionary::Value(const Variant& key) const {
   return entries_[i].second;
 }
 
-void Dictionary::SetValue(const Variant& key, Variant value) {
-  const size_t i = Find(key);
+void Dictionary::SetValue(Variant key, Variant value) {
+  const String* text = key.Get<String>();
+  // With an index, the key is folded once for the lookup and the insertion.
+  std::string folded;
+  size_t i;
+  if (text != nullptr && entries_.size() >= kIndexThreshold) {
+    folded = CaseFolded(*text);
+    const auto it = stringIndex_.find(folded);
+    i = it == stringIndex_.end() ? kMissing : it->second;
+    if (entries_.size() == kIndexThreshold) i = FindString(*text);  // no index yet
+  } else {
+    i = Find(key);
+  }
   if (i != kMissing) {
     entries_[i].second = std::move(value);
     return;
   }
-  entries_.emplace_back(key, std::move(value));
+  asciiKeys_.push_back(text != nullptr && IsAsciiKey(*text));
+  entries_.emplace_back(std::move(key), std::move(value));
   if (entries_.size() == kIndexThreshold + 1) {
-    for (size_t k = 0; k < entries_.size(); ++k) {
-      if (const String* text = entries_[k].first.Get<String>()) {
-        stringIndex_.emplace(CaseFolded(*text), k);
+    for (size_t k = 0; k + 1 < entries_.size(); ++k) {
+      if (const String* other = entries_[k].first.Get<String>()) {
+        stringIndex_.emplace(CaseFolded(*other), k);
       }
     }
-  } else if (entries_.size() > kIndexThreshold + 1) {
-    if (const String* text = key.Get<String>()) stringIndex_.emplace(CaseFolded(*text), entries_.size() - 1);
   }
+  if (entries_.size() > kIndexThreshold && entries_.back().first.Get<String>() != nullptr) {
+    stringIndex_.emplace(std::move(folded), entries_.size() - 1);
+  }
+}
+
+void Dictionary::Reserve(size_t count) {
+  entries_.reserve(count);
+  asciiKeys_.reserve(count);
 }
 
 const Variant& Dictionary::Key(size_t index) const {

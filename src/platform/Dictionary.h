@@ -24,18 +24,26 @@ class Dictionary : public Object {
   Variant Lookup(const Variant& key, const Variant& fallback) const;
   // The value under `key`; throws RuntimeException ("key not found") when it is missing.
   Variant Value(const Variant& key) const;
-  void SetValue(const Variant& key, Variant value);
+  void SetValue(Variant key, Variant value);
 
   // The i-th key and value in insertion order; throws RuntimeException when out of range.
   const Variant& Key(size_t index) const;
   const Variant& ValueAt(size_t index) const;
   const std::vector<std::pair<Variant, Variant>>& Entries() const { return entries_; }
 
+  // Makes room for `count` entries in all, so filling a dictionary of known size moves
+  // nothing.
+  void Reserve(size_t count);
+
  private:
   static constexpr size_t kMissing = static_cast<size_t>(-1);
   size_t Find(const Variant& key) const;
+  size_t FindString(const String& key) const;
 
   std::vector<std::pair<Variant, Variant>> entries_;
+  // Per entry, whether its key is a String of ASCII bytes only: two such keys compare as
+  // bytes ignoring ASCII case, without folding.
+  std::vector<bool> asciiKeys_;
   // String keys by their case-folded text, for dictionaries past a few entries.
   std::unordered_map<std::string, size_t> stringIndex_;
 };

@@ -36,19 +36,30 @@ String EncodingToURL(const String& text) {
   return String(std::move(out), Encodings::UTF8());
 }
 
-String DecodingFromURL(const String& text) {
-  const std::string& in = text.Bytes();
+std::string DecodedURLBytes(std::string_view in) {
   std::string out;
   out.reserve(in.size());
-  for (size_t i = 0; i < in.size(); ++i) {
-    if (in[i] == '%' && i + 2 < in.size() && HexValue(in[i + 1]) >= 0 && HexValue(in[i + 2]) >= 0) {
-      out.push_back(static_cast<char>(HexValue(in[i + 1]) << 4 | HexValue(in[i + 2])));
-      i += 2;
+  size_t pos = 0;
+  while (pos < in.size()) {
+    const size_t percent = in.find('%', pos);
+    if (percent == std::string_view::npos) {
+      out.append(in.substr(pos));
+      break;
+    }
+    out.append(in.substr(pos, percent - pos));
+    const int high = percent + 2 < in.size() ? HexValue(in[percent + 1]) : -1;
+    const int low = high >= 0 ? HexValue(in[percent + 2]) : -1;
+    if (low >= 0) {
+      out.push_back(static_cast<char>(high << 4 | low));
+      pos = percent + 3;
     } else {
-      out.push_back(in[i]);
+      out.push_back('%');
+      pos = percent + 1;
     }
   }
-  return String(std::move(out), nullptr);
+  return out;
 }
+
+String DecodingFromURL(const String& text) { return String(DecodedURLBytes(text.Bytes()), nullptr); }
 
 }  // namespace grantwright

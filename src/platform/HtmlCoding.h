@@ -1,0 +1,20 @@
+#pragma once
+// Replacing HTML character references by the characters they stand for.
+//
+// DecodingFromHTML reads the text as UTF-8 and replaces, each written with its closing
+// ";":
+// - the five XML entities: &amp; &lt; &gt; &quot; &apos;
+// - the 96 Latin-1 entities of HTML, &nbsp; (U+00A0) to &yuml; (U+00FF), names
+//   case-sensitive as in HTML (&Eacute; is not &eacute;)
+// - decimal and hexadecimal references, &#233; and &#xE9; (or &#XE9;); a reference to 0,
+//   to a surrogate or beyond U+10FFFF gives U+FFFD.
+// Anything else, unknown names and references without ";" included, stays as written.
+// The result is tagged UTF-8.
+
+#include "platform/String.h"
+
+namespace grantwright {
+
+String DecodingFromHTML(const String& text);
+
+}  // namespace grantwright

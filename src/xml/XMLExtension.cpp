@@ -1,0 +1,251 @@
+#include "xml/XMLExtension.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "convert/UniversalExtension.h"
+#include "dates/ExtensionDate.h"
+#include "platform/Exceptions.h"
+#include "platform/Log.h"
+#include "platform/Picture.h"
+#include "platform/TextEncoding.h"
+#include "platform/UrlCoding.h"
+#include "platform/Utf8.h"
+#include "tool/GlobalMethods.h"
+#include "xml/XMLData.h"
+
+namespace grantwright::XMLExtension {
+
+namespace {
+
+enum class Row {
+  kBoolean, kColor, kTimeStamp, kDouble, kInteger, kDictionary, kPicture, kSingle, kString,
+  kArray, kUntyped, kUnknown,
+};
+
+// Whether `text` is `lower` (a keyword of lower-case ASCII letters) in any case.
+bool IsKeyword(std::string_view text, std::string_view lower) {
+  if (text.size() != lower.size()) return false;
+  for (size_t i = 0; i < text.size(); ++i) {
+    // Setting bit 5 lowers an upper-case letter and changes no byte into another letter.
+    if ((text[i] | 0x20) != lower[i]) return false;
+  }
+  return true;
+}
+
+// The row of a datatype by ASCII comparison, told by its length first.
+Row AsciiRowOf(std::string_view t) {
+  switch (t.size()) {
+    case 5:
+      if (IsKeyword(t, "color")) return Row::kColor;
+      if (IsKeyword(t, "array")) return Row::kArray;
+      break;
+    case 6:
+      if (IsKeyword(t, "string")) return Row::kString;
+      if (IsKeyword(t, "double")) return Row::kDouble;
+      if (IsKeyword(t, "single")) return Row::kSingle;
+      break;
+    case 7:
+      if (IsKeyword(t, "integer")) return Row::kInteger;
+      if (IsKeyword(t, "boolean")) return Row::kBoolean;
+      if (IsKeyword(t, "picture")) return Row::kPicture;
+      break;
+    case 10:
+      if (IsKeyword(t, "dictionary")) return Row::kDictionary;
+      break;
+    case 15:
+      if (IsKeyword(t, "gmttimestampzrn")) return Row::kTimeStamp;
+      break;
+  }
+  return Row::kUnknown;
+}
+
+// The row a datatype picks. Datatypes are ASCII nearly always; other text goes through the
+// String comparison, under which a few non-ASCII letters equal ASCII ones ("ſtring" is
+// "String").
+Row RowOf(std::string_view datatype) {
+  if (datatype.empty()) return Row::kUntyped;
+  const Row row = AsciiRowOf(datatype);
+  if (row != Row::kUnknown || utf8::IsAscii(datatype)) return row;
+  const String text(datatype);
+  for (const char* keyword : {"Boolean", "Color", "GMTTimeStampZRN", "Double", "Integer",
+                              "Dictionary", "Picture", "Single", "String", "Array"}) {
+    if (text == keyword) return AsciiRowOf(keyword);
+  }
+  return Row::kUnknown;
+}
+
+// UniversalExtension::DecodingFromURLZRN of the text, without the copies that going
+// through Strings makes: decoded bytes that are valid UTF-8, the first encoding it tries,
+// are tagged so here, and only other bytes take the whole road.
+String UrlDecodedText(std::string_view text) {
+  std::string bytes = DecodedURLBytes(text);
+  if (!Encodings::UTF8()->IsValidData(bytes)) {
+    return UniversalExtension::EnsureUTF8EncodingZRN(String(std::move(bytes), nullptr));
+  }
+  std::erase(bytes, '\0');
+  return String(std::move(bytes), Encodings::UTF8());
+}
+
+// Position of "array_" (its letters in any case) in `name` at or after `from`; npos when
+// there is none.
+size_t FindArrayMark(std::string_view name, size_t from) {
+  for (size_t i = from; i + 6 <= name.size(); ++i) {
+    if (name[i + 5] == '_' && IsKeyword(name.substr(i, 5), "array")) return i;
+  }
+  return std::string_view::npos;
+}
+
+// The place of an array element: Val of the second field of its name split on "array_".
+int64_t ArrayIndex(const XmlNode& child) {
+  const std::string_view name = child.NameView();
+  if (!utf8::IsAscii(name)) return TruncateToInt64(Val(NthField(child.Name(), "array_", 2)));
+  const size_t mark = FindArrayMark(name, 0);
+  if (mark == std::string_view::npos) return 0;
+  const size_t start = mark + 6;
+  const size_t end = std::min(FindArrayMark(name, start), name.size());
+  return TruncateToInt64(Val(String(name.substr(start, end - start))));
+}
+
+Color ColorOf(const String& text) {
+  return Integer2Color(static_cast<uint32_t>(static_cast<uint64_t>(TruncateToInt64(Val(text)))));
+}
+
+void LogTooDeep() {
+  System::DebugLog(String("The XML could not be decoded: it nests containers more than ") +
+                   Str(static_cast<int64_t>(kMaxContainerDepth)) + " deep.");
+}
+
+// One walk over a document. Containers recurse, one level per nesting; past the limit the
+// walk stops and every level gives nil up to the top, which reports it.
+class Decoder {
+ public:
+  Variant Value(const XmlNode& node) { return Value(node, node.AttributeView("datatype")); }
+  bool TooDeep() const { return tooDeep_; }
+
+ private:
+  Variant Value(const XmlNode& node, std::string_view datatype);
+  Variant Container(const XmlNode& node, bool isArray);
+  Variant DictionaryOf(const XmlNode& node);
+  Variant ArrayOf(const XmlNode& node);
+
+  int depth_ = 0;
+  bool tooDeep_ = false;
+};
+
+Variant Decoder::Value(const XmlNode& node, std::string_view datatype) {
+  if (!node.HasChildNodes()) return String(node.ValueView());
+  const Row row = RowOf(datatype);
+  switch (row) {
+    case Row::kDictionary:
+    case Row::kArray: return Container(node, row == Row::kArray);
+    case Row::kUnknown: return Variant();
+    case Row::kString: return UrlDecodedText(node.FirstChildValueView());
+    case Row::kUntyped: return String(node.FirstChildValueView());
+    default: break;
+  }
+  const String text(node.FirstChildValueView());
+  switch (row) {
+    case Row::kBoolean: return GlobalMethods::CBool(Variant(text));
+    case Row::kColor: return ColorOf(text);
+    case Row::kTimeStamp: return ExtensionDate::GMTTimeStampToLocalDateZRN(text);
+    case Row::kDouble: return Val(text);
+    case Row::kInteger: return TruncateToInt64(Val(text));
+    case Row::kPicture: return BinaryStringtoPicture(DecodingFromURL(text));
+    default: return static_cast<float>(Val(text));  // Single
+  }
+}
+
+Variant Decoder::Container(const XmlNode& node, bool isArray) {
+  if (depth_ >= kMaxContainerDepth) {
+    tooDeep_ = true;
+    return Variant();
+  }
+  ++depth_;
+  Variant value = isArray ? ArrayOf(node) : DictionaryOf(node);
+  --depth_;
+  return value;
+}
+
+Variant Decoder::DictionaryOf(const XmlNode& node) {
+  auto dict = std::make_shared<Dictionary>();
+  dict->Reserve(node.ChildCount());
+  for (XmlNode child = node.FirstChild(); child; child = std::move(child).NextSibling()) {
+    const std::string_view datatype = child.AttributeView("datatype");
+    if (datatype.empty()) continue;
+    Variant value = Value(child, datatype);
+    if (tooDeep_) return Variant();
+    dict->SetValue(String(child.NameView()), std::move(value));
+  }
+  return dict;
+}
+
+Variant Decoder::ArrayOf(const XmlNode& node) {
+  const size_t count = node.ChildCount();
+  auto values = NewArray<Variant>();
+  values->reserve(count);
+  std::vector<int64_t> indices;
+  indices.reserve(count);
+  for (XmlNode child = node.FirstChild(); child; child = std::move(child).NextSibling()) {
+    const std::string_view datatype = child.AttributeView("datatype");
+    if (datatype.empty()) continue;
+    Variant value = Value(child, datatype);
+    if (tooDeep_) return Variant();
+    values->push_back(std::move(value));
+    indices.push_back(ArrayIndex(child));
+  }
+  if (std::is_sorted(indices.begin(), indices.end())) return values;
+  // Stable: elements with the same number keep their document order.
+  std::vector<size_t> order(indices.size());
+  for (size_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::stable_sort(order.begin(), order.end(),
+                   [&](size_t a, size_t b) { return indices[a] < indices[b]; });
+  auto sorted = NewArray<Variant>();
+  sorted->reserve(order.size());
+  for (size_t i : order) sorted->push_back(std::move((*values)[i]));
+  return sorted;
+}
+
+}  // namespace
+
+DictionaryRef AsDictionaryFromXMLStringZRN(const String& text) {
+  if (text.IsEmpty()) return nullptr;
+  const XmlNode root = XMLData::CreateFromString(text, false)->GetNode("");
+  if (!root) return nullptr;
+  auto dict = std::make_shared<Dictionary>();
+  Decoder decoder;
+  for (XmlNode child = root.FirstChild(); child; child = std::move(child).NextSibling()) {
+    Variant value = decoder.Value(child);
+    if (decoder.TooDeep()) {
+      LogTooDeep();
+      return nullptr;
+    }
+    if (!value.IsNil()) dict->SetValue(String(child.NameView()), std::move(value));
+  }
+  return dict;
+}
+
+Variant ToDictionaryFromXMLZRN_ParseNode(const XmlNode& node) {
+  if (!node) throw NilObjectException();
+  Decoder decoder;
+  Variant value = decoder.Value(node);
+  if (decoder.TooDeep()) {
+    LogTooDeep();
+    return Variant();
+  }
+  return value;
+}
+
+void SetString(XmlNode node, const String& name, const String& value, bool urlEncode) {
+  if (!node) throw NilObjectException();
+  XmlDocument doc = node.OwnerDocument();
+  XmlNode element = doc.CreateElement(name);
+  XmlNode text = doc.CreateTextNode(String());
+  text.SetValue(urlEncode ? EncodingToURL(value) : value);
+  element.AppendChild(text);
+  node.AppendChild(element);
+}
+
+}  // namespace grantwright::XMLExtension

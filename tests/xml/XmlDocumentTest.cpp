@@ -1,0 +1,136 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "platform/Exceptions.h"
+#include "platform/TextEncoding.h"
+#include "platform/Xml.h"
+#include "support/TestSupport.h"
+
+namespace grantwright {
+namespace {
+
+XmlDocument Parse(const String& text) {
+  XmlDocument doc;
+  doc.LoadXml(text);
+  return doc;
+}
+
+TEST(XmlDocument, KeepsElementsTextCdataAndCommentsButNoBlankText) {
+  const XmlDocument doc =
+      Parse("<?xml version=\"1.0\"?><?pi x?>\n<r a=\"1\">\n  <!--c-->t&amp;<![CDATA[<d>]]><e/>\n</r>");
+  ASSERT_EQ(doc.ChildCount(), 1u);
+  const XmlNode r = doc.FirstChild();
+  EXPECT_EQ(doc.Name(), "#document");
+  EXPECT_TRUE(Identical(r.GetAttribute("a") + r.GetAttribute("A") + r.Child(0).GetAttribute("a"), "1"));
+  ASSERT_EQ(r.ChildCount(), 4u);
+  const char* const expected[][2] = {{"#comment", "c"}, {"#text", "t&"}, {"#cdata-section", "<d>"}, {"e", ""}};
+  for (size_t i = 0; i < 4; ++i) {
+    EXPECT_TRUE(Identical(r.Child(i).Name(), expected[i][0]));
+    EXPECT_TRUE(Identical(r.Child(i).Value(), expected[i][1]));
+    EXPECT_EQ(r.Child(i).Parent(), r);
+  }
+  EXPECT_EQ(r.Child(2).NodeKind(), XmlNode::Kind::kCData);
+  EXPECT_TRUE(r.Child(4).IsNil());
+  EXPECT_TRUE(Identical(r.ToString(), "<r a=\"1\"><!--c-->t&amp;<![CDATA[<d>]]><e/></r>"));
+  EXPECT_THROW(XmlNode().Name(), NilObjectException);
+}
+
+TEST(XmlDocument, BadTextRaisesWithStatusAndPosition) {
+  const struct {
+    String text;
+    int status;
+    const char* where;
+  } cases[] = {
+      {"<a>\n<b>x</a>", 14, "line 2, column 7"},
+      {"just text", 16, ""},
+      {String(std::string("<a>caf\xE9</a>"), Encodings::UTF8()), XmlDocument::kInvalidUtf8, "line 1, column 7"},
+      {String(std::string("<\0a\0/\0>\0", 8), Encodings::UTF8()), 5, ""},
+  };
+  for (const auto& c : cases) {
+    XmlDocument doc;
+    try {
+      doc.LoadXml(c.text);
+      ADD_FAILURE() << c.text.Bytes();
+    } catch (const XmlException& e) {
+      EXPECT_EQ(e.ErrorNumber(), c.status);
+      EXPECT_NE(e.Message().find(c.where), std::string::npos) << e.Message();
+    }
+    EXPECT_EQ(doc.LastError(), c.status);
+    EXPECT_EQ(doc.ChildCount(), 0u);
+  }
+  // Text with another tag is converted before it is parsed.
+  for (const String& text : {String(std::string("<\0r\0>\0\xE9\0<\0/\0r\0>\0", 16), Encodings::UTF16LE()),
+                             String(std::string("<r>\xE9</r>"), Encodings::SystemDefault())}) {
+    EXPECT_TRUE(Identical(Parse(text).FirstChild().FirstChild().Value(), "\xC3\xA9"));
+  }
+}
+
+TEST(XmlDocument, WalksAMillionLevelsWithoutRecursion) {
+  const size_t depth = 1000000;
+  std::string text;
+  for (size_t i = 0; i < depth; ++i) text += "<a>";
+  for (size_t i = 0; i < depth; ++i) text += "</a>";
+  const XmlDocument doc = Parse(text);
+  EXPECT_EQ(doc.Xql("//a").Length(), depth);
+  EXPECT_EQ(doc.ToString().LenB(), depth * 7 - 3);  // <a>...<a/>...</a>
+}
+
+TEST(XmlDocument, QueriesSelectNodesAndAttributes) {
+  const XmlNode r = Parse("<r><a id=\"1\">one</a><a id=\"2\"/><B/></r>").FirstChild();
+  EXPECT_EQ(r.Xql("a").Length() + r.Xql("b").Length(), 2u);  // names are case-sensitive
+  const XmlNode id = r.Xql("a/@id").Item(1);
+  EXPECT_TRUE(Identical(id.Name() + id.Value() + id.ToString(), "id2id=\"2\""));
+  EXPECT_EQ(id.Parent(), r.Child(1));
+  EXPECT_EQ(r.Xql("").Item(0), r);  // the empty query is the node itself
+  for (const char* bad : {"a[", "1+1"}) EXPECT_THROW(r.Xql(bad), XmlException) << bad;
+}
+
+TEST(XmlDocument, NodesAreBuiltApartAndMovedIntoPlace) {
+  XmlNode kept;
+  {
+    XmlDocument doc;
+    XmlNode root = doc.CreateElement("root");
+    XmlNode text = doc.CreateTextNode("a<b");
+    // Waiting nodes are nowhere in the tree.
+    EXPECT_EQ(doc.ChildCount(), 0u);
+    EXPECT_TRUE(root.Parent().IsNil());
+    EXPECT_TRUE(doc.ToString().IsEmpty());
+    EXPECT_EQ(doc.Xql("//*").Length() + root.Xql("..").Length(), 0u);
+
+    EXPECT_EQ(doc.AppendChild(root), root);
+    root.AppendChild(text);
+    text.SetValue("a<c");
+    EXPECT_EQ(root.OwnerDocument().FirstChild(), root);
+    EXPECT_THROW(root.SetValue("x"), XmlException);
+    EXPECT_THROW(text.AppendChild(doc.CreateElement("x")), XmlException);
+    EXPECT_THROW(root.AppendChild(doc), XmlException);
+    EXPECT_THROW(XmlDocument().AppendChild(root), XmlException);
+    kept = text;
+  }
+  // The node keeps its document alive.
+  EXPECT_TRUE(Identical(kept.Parent().OwnerDocument().ToString(), "<root>a&lt;c</root>"));
+}
+
+TEST(XmlDocument, LoadsFilesInTheirOwnEncoding) {
+  const testing::TempDir dir;
+  XmlDocument doc;
+  doc.LoadXml(PathToFolderItem(dir.Write("16.xml", std::string("\xFF\xFE<\0r\0>\0\xE9\0<\0/\0r\0>\0", 18))));
+  EXPECT_TRUE(Identical(doc.FirstChild().FirstChild().Value(), "\xC3\xA9"));
+  doc.LoadXml(PathToFolderItem(dir.Write("1.xml", "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><r>\xE9</r>")));
+  EXPECT_TRUE(Identical(doc.FirstChild().FirstChild().Value(), "\xC3\xA9"));
+  const struct {
+    std::string path;
+    int status;
+  } failures[] = {{dir.Write("8.xml", "<r>\xE9</r>"), XmlDocument::kInvalidUtf8},
+                  {dir / "missing.xml", 1},
+                  {dir.path(), 1}};
+  for (const auto& f : failures) {
+    EXPECT_THROW(doc.LoadXml(PathToFolderItem(f.path)), XmlException);
+    EXPECT_EQ(doc.LastError(), f.status);
+  }
+  EXPECT_THROW(doc.LoadXml(FolderItemRef()), NilObjectException);
+}
+
+}  // namespace
+}  // namespace grantwright
