@@ -47,7 +47,7 @@ bool ApplyOwnerGroupMode(const TraditionalPermissionsZRN& record, const FolderIt
 
 // Applies `record` to the file it names: with `applyACL` its list, else its owner, group
 // and mode. The file is located once; every change goes to the item found then.
-[[maybe_unused]] bool ApplyRecord(const TraditionalPermissionsZRN& record, bool applyACL) {
+bool ApplyRecord(const TraditionalPermissionsZRN& record, bool applyACL) {
   const FolderItemRef target = PathToFolderItem(record.UnixFilePath);
   if (!target || !target->Locate()) {
     WriteStdOut("File not found: " + record.UnixFilePath);
@@ -96,9 +96,8 @@ bool App::Handle_Helper(const String& configPath, bool applyACL) {
     return false;
   }
 
-  // the permission record is built and applied here
-  (void)applyACL;
-  return false;
+  const TraditionalPermissionsZRN record(config);
+  return ApplyRecord(record, applyACL);
 }
 
 }  // namespace grantwright
