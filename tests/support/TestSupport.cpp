@@ -141,7 +141,15 @@ bool RefuseSyscalls(const std::vector<long>& syscalls) {
 
 }  // namespace
 
-ProcessResult Run(const std::vector<std::string>& argv, const RunOptions& options) {
+namespace {
+
+struct StartedProcess {
+  pid_t pid;
+  int out;
+  int err;
+};
+
+StartedProcess Start(const std::vector<std::string>& argv, const RunOptions& options) {
   int outPipe[2];
   int errPipe[2];
   if (::pipe2(outPipe, O_CLOEXEC) != 0 || ::pipe2(errPipe, O_CLOEXEC) != 0) {
@@ -167,15 +175,37 @@ ProcessResult Run(const std::vector<std::string>& argv, const RunOptions& option
   }
   ::close(outPipe[1]);
   ::close(errPipe[1]);
+  return {pid, outPipe[0], errPipe[0]};
+}
+
+ProcessResult Finish(const StartedProcess& process) {
   ProcessResult result;
-  Drain(outPipe[0], errPipe[0], result.out, result.err);
-  ::close(outPipe[0]);
-  ::close(errPipe[0]);
+  Drain(process.out, process.err, result.out, result.err);
+  ::close(process.out);
+  ::close(process.err);
   int status = 0;
-  while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+  while (::waitpid(process.pid, &status, 0) < 0 && errno == EINTR) {
   }
   result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   return result;
+}
+
+}  // namespace
+
+ProcessResult Run(const std::vector<std::string>& argv, const RunOptions& options) {
+  return Finish(Start(argv, options));
+}
+
+std::vector<ProcessResult> RunHelpers(const std::vector<std::vector<std::string>>& argsList) {
+  std::vector<StartedProcess> started;
+  for (const std::vector<std::string>& args : argsList) {
+    std::vector<std::string> argv{HelperPath()};
+    argv.insert(argv.end(), args.begin(), args.end());
+    started.push_back(Start(argv, {}));
+  }
+  std::vector<ProcessResult> results;
+  for (const StartedProcess& process : started) results.push_back(Finish(process));
+  return results;
 }
 
 std::string HelperPath() { return GRANTWRIGHT_HELPER; }

@@ -46,6 +46,9 @@ struct RunOptions {
 ProcessResult Run(const std::vector<std::string>& argv, const RunOptions& options = {});
 // Runs the built helper with `args` after its own path.
 ProcessResult RunHelper(const std::vector<std::string>& args, const RunOptions& options = {});
+// Runs the built helper once for each argument list, all at the same time, and waits for
+// them all. Each must write little (a pipe's worth): their outputs are read one by one.
+std::vector<ProcessResult> RunHelpers(const std::vector<std::vector<std::string>>& argsList);
 
 std::string HelperPath();
 
