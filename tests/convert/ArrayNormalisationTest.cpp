@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,48 +18,6 @@ using UniversalExtension::StringArrayValueZRN;
 constexpr const char* kConvertFailed = "Failed to convert variant to correct type.";
 
 std::shared_ptr<Date> SomeDate() { return std::make_shared<Date>(2024, 2, 29, 13, 5, 9, 0.0); }
-
-TEST(TypedArrayRead, OnlyTheExactElementTypeReads) {
-  const auto dict = std::make_shared<Dictionary>();
-  const Variant values[] = {
-      NewArray<bool>({true}),   NewArray<Color>({Color{1}}), NewArray<int32_t>({1}),
-      NewArray<int64_t>({1}),   NewArray<float>({1}),         NewArray<double>({1}),
-      NewArray<String>({"a"}),  NewArray<Variant>({"a"}),
-      ObjectArray{NewArray<ObjectRef>({SomeDate()}), "Date"},
-      ObjectArray{NewArray<ObjectRef>({dict}), "Dictionary"},
-      ObjectArray{NewArray<ObjectRef>({dict}), "Object"},
-  };
-  const int codes[] = {11, 16, 2, 3, 4, 5, 8, 9, 7, 9, 9};
-  // Which reads each value takes, in the order of `reads` below.
-  const char* accepted[] = {"b", "c", "i", "l", "s", "d", "t", "v", "D", "Y", "v"};
-  const std::pair<char, std::function<void(const Variant&)>> reads[] = {
-      {'b', [](const Variant& v) { v.ArrayAs<bool>(); }},
-      {'c', [](const Variant& v) { v.ArrayAs<Color>(); }},
-      {'i', [](const Variant& v) { v.ArrayAs<int32_t>(); }},
-      {'l', [](const Variant& v) { v.ArrayAs<int64_t>(); }},
-      {'s', [](const Variant& v) { v.ArrayAs<float>(); }},
-      {'d', [](const Variant& v) { v.ArrayAs<double>(); }},
-      {'t', [](const Variant& v) { v.ArrayAs<String>(); }},
-      {'v', [](const Variant& v) { v.ObjectElements(); }},
-      {'D', [](const Variant& v) { v.ObjectArrayOf("Date"); }},
-      {'Y', [](const Variant& v) { v.ObjectArrayOf("Dictionary"); }},
-  };
-  for (size_t i = 0; i < std::size(values); ++i) {
-    SCOPED_TRACE(i);
-    EXPECT_TRUE(values[i].IsArray());
-    EXPECT_EQ(values[i].ArrayElementType(), codes[i]);
-    for (const auto& [name, read] : reads) {
-      const bool takes = std::string(accepted[i]).find(name) != std::string::npos;
-      if (takes) {
-        EXPECT_NO_THROW(read(values[i])) << name;
-      } else {
-        EXPECT_THROW(read(values[i]), TypeMismatchException) << name;
-      }
-    }
-  }
-  EXPECT_THROW(Variant("a").ObjectElements(), TypeMismatchException);
-  EXPECT_EQ(Variant("a").ArrayElementType(), 0);
-}
 
 TEST(ArrayValueZRN, NoArrayOrAnEmptyOneGivesAnEmptyResult) {
   LogCapture log;

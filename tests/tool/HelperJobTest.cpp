@@ -246,22 +246,5 @@ TEST(HelperJob, AclModeWithoutAUsableListEndsUnhandled) {
   }
 }
 
-TEST(HelperJob, ConfigurationThatIsNoRecord) {
-  TempDir dir;
-  const struct {
-    std::string text;
-    std::string line;
-  } rows[] = {
-      {"", "Failed to read XML from config file!"},
-      {"not xml at all", "Failed to read XML from config file!"},
-      {"<Config><Unrelated datatype=\"String\">x</Unrelated></Config>", "File not found: "},
-  };
-  for (const auto& row : rows) {
-    const ProcessResult r = RunHelper({"-f", dir.Write("job.xml", row.text)});
-    EXPECT_EQ(r.out, row.line + "\n") << row.text;
-    EXPECT_EQ(r.status, 254);
-  }
-}
-
 }  // namespace
 }  // namespace grantwright::testing
