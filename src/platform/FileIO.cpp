@@ -42,7 +42,9 @@ bool ReplaceFile(const std::string& path, const std::string& temporary, std::str
   bool written = ::fchmod(fd, mode) == 0 && WriteAll(fd, bytes) && ::fsync(fd) == 0;
   written = (::close(fd) == 0) && written;
   if (!written || ::rename(temporary.c_str(), path.c_str()) != 0) {
+    const int error = errno;
     ::unlink(temporary.c_str());
+    errno = error;
     return false;
   }
   return SyncFolderOf(path);

@@ -16,8 +16,8 @@ bool WriteAll(int fd, std::string_view bytes);
 // to the new file `temporary` (in the same folder; it must not exist, and a symbolic link
 // there is refused), which is flushed to disk and renamed over `path`, and then the folder
 // is flushed. So a reader sees the old file or the new one, never a part, even when the
-// process is killed. False when any step failed; the old file is then still in place and
-// `temporary` is gone.
+// process is killed. False when any step failed (errno tells why); the old file is then
+// still in place and `temporary` is gone.
 bool ReplaceFile(const std::string& path, const std::string& temporary, std::string_view bytes,
                  mode_t mode);
 
