@@ -1,9 +1,12 @@
 #include "dates/ExtensionDate.h"
 
 #include <array>
+#include <cinttypes>
+#include <cstdio>
 #include <memory>
 #include <string_view>
 
+#include "platform/Exceptions.h"
 #include "platform/TextEncoding.h"
 
 namespace grantwright::ExtensionDate {
@@ -56,6 +59,16 @@ DateRef GMTTimeStampToLocalDateZRN(const String& stamp) {
                                        Number(Field(timePart, ':', 2)), Number(Field(timePart, ':', 3)), 0.0);
   result->SetGMTOffset(reference.GMTOffset());
   return result;
+}
+
+String LocalDateToGMTTimeStampZRN(const DateRef& date) {
+  Date gmt = *NonNil(date);
+  gmt.SetGMTOffset(0.0);
+  char buffer[96];
+  std::snprintf(buffer, sizeof buffer,
+                "%04" PRId64 "-%02" PRId64 "-%02" PRId64 "T%02" PRId64 ":%02" PRId64 ":%02" PRId64,
+                gmt.Year(), gmt.Month(), gmt.Day(), gmt.Hour(), gmt.Minute(), gmt.Second());
+  return String(buffer);
 }
 
 }  // namespace grantwright::ExtensionDate

@@ -19,4 +19,10 @@ namespace grantwright::ExtensionDate {
 // moment's local time under this offset. nil for an empty stamp; never nil otherwise.
 DateRef GMTTimeStampToLocalDateZRN(const String& stamp);
 
+// The stamp of the moment `date` stands for, in GMT, zero-padded ("2018-06-01T09:05:07"):
+// GMTTimeStampToLocalDateZRN of it gives the same moment back, to the second (a fraction
+// is dropped toward the past). Years before 1 cannot be read back, since a stamp has no
+// sign. A nil date raises NilObjectException.
+String LocalDateToGMTTimeStampZRN(const DateRef& date);
+
 }  // namespace grantwright::ExtensionDate

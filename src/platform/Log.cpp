@@ -1,5 +1,6 @@
 #include "platform/Log.h"
 
+
 #include <fcntl.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -9,6 +10,8 @@
 #include <cstring>
 #include <string>
 
+#include "platform/FileIO.h"
+
 namespace grantwright {
 
 namespace {
@@ -16,18 +19,6 @@ namespace {
 LogSink& Sink() {
   static LogSink sink;
   return sink;
-}
-
-bool WriteAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t n = ::write(fd, bytes.data(), bytes.size());
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    bytes.remove_prefix(static_cast<size_t>(n));
-  }
-  return true;
 }
 
 bool WriteLine(int fd, std::string_view text) {

@@ -1,5 +1,6 @@
 #include "platform/PreferenceFiles.h"
 
+
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/file.h>
@@ -9,6 +10,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <vector>
+
+#include "platform/FileIO.h"
 
 namespace grantwright::PreferenceFiles {
 
@@ -73,26 +76,6 @@ bool MakeFolder(const std::string& folder) {
   // The mode must not depend on the umask: preferences are the user's alone.
   ::chmod(folder.c_str(), 0700);
   return true;
-}
-
-bool WriteAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t n = ::write(fd, bytes.data(), bytes.size());
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    bytes.remove_prefix(static_cast<size_t>(n));
-  }
-  return true;
-}
-
-bool SyncFolder(const std::string& folder) {
-  const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd < 0) return false;
-  const bool synced = ::fsync(fd) == 0;
-  ::close(fd);
-  return synced;
 }
 
 }  // namespace
@@ -194,16 +177,7 @@ bool Replace(const Location& location, std::string_view bytes) {
   // this one file behind, which the next writer replaces.
   const std::string temporary = location.path + ".tmp";
   if (::unlink(temporary.c_str()) != 0 && errno != ENOENT) return false;
-  const int fd =
-      ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-  if (fd < 0) return false;
-  bool written = ::fchmod(fd, 0600) == 0 && WriteAll(fd, bytes) && ::fsync(fd) == 0;
-  written = (::close(fd) == 0) && written;
-  if (!written || ::rename(temporary.c_str(), location.path.c_str()) != 0) {
-    ::unlink(temporary.c_str());
-    return false;
-  }
-  return SyncFolder(location.folder);
+  return ReplaceFile(location.path, temporary, bytes, 0600);
 }
 
 }  // namespace grantwright::PreferenceFiles

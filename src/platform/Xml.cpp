@@ -3,6 +3,7 @@
 #include <pugixml.hpp>
 
 #include <cstdint>
+#include <cctype>
 #include <cstring>
 
 #include "platform/BinaryStream.h"
@@ -261,7 +262,19 @@ XmlNode XmlNode::AppendChild(const XmlNode& child) {
   return XmlNode(tree_, moved.internal_object(), nullptr);
 }
 
-String XmlNode::ToString() const {
+void XmlNode::SetAttribute(const String& name, const String& value) {
+  RequireNode();
+  const std::string bytes = Utf8Bytes(name);
+  if (attribute_ != nullptr || Node(node_).type() != pugi::node_element) {
+    throw XmlException("Only elements hold attributes");
+  }
+  if (!IsXmlName(bytes)) throw XmlException("Not an XML name: " + bytes);
+  pugi::xml_attribute a = Node(node_).attribute(bytes.c_str());
+  if (!a) a = Node(node_).append_attribute(bytes.c_str());
+  a.set_value(Utf8Bytes(value).c_str());
+}
+
+String XmlNode::ToString(bool indented) const {
   RequireNode();
   if (attribute_ != nullptr) {
     const pugi::xml_attribute a(attribute_);
@@ -272,13 +285,15 @@ String XmlNode::ToString() const {
     return String(std::move(out));
   }
   StringWriter writer;
+  const char* indent = indented ? "  " : "";
+  const unsigned format = indented ? pugi::format_indent : pugi::format_raw;
   const pugi::xml_node self = Node(node_);
   if (self.type() == pugi::node_document && tree_->staging != nullptr) {
     for (pugi::xml_node c = self.first_child(); c; c = c.next_sibling()) {
-      if (!tree_->IsStaging(c)) c.print(writer, "", pugi::format_raw, pugi::encoding_utf8);
+      if (!tree_->IsStaging(c)) c.print(writer, indent, format, pugi::encoding_utf8);
     }
   } else {
-    self.print(writer, "", pugi::format_raw, pugi::encoding_utf8);
+    self.print(writer, indent, format, pugi::encoding_utf8);
   }
   return String(std::move(writer.out));
 }
@@ -400,9 +415,18 @@ void XmlDocument::LoadXml(const FolderItemRef& file) {
 }
 
 XmlNode XmlDocument::CreateElement(const String& name) {
+  const std::string bytes = Utf8Bytes(name);
+  if (!IsXmlName(bytes)) throw XmlException("Not an XML name: " + bytes);
   pugi::xml_node element = tree_->Staging().append_child(pugi::node_element);
-  element.set_name(Utf8Bytes(name).c_str());
+  element.set_name(bytes.c_str());
   return XmlNode(tree_, element.internal_object(), nullptr);
+}
+
+XmlNode XmlDocument::CreateComment(const String& text) {
+  pugi::xml_node node = tree_->Staging().append_child(pugi::node_comment);
+  const std::string bytes = Utf8Bytes(text);
+  node.set_value(bytes.data(), bytes.size());
+  return XmlNode(tree_, node.internal_object(), nullptr);
 }
 
 XmlNode XmlDocument::CreateTextNode(const String& text) {
@@ -410,6 +434,17 @@ XmlNode XmlDocument::CreateTextNode(const String& text) {
   const std::string bytes = Utf8Bytes(text);
   node.set_value(bytes.data(), bytes.size());
   return XmlNode(tree_, node.internal_object(), nullptr);
+}
+
+bool IsXmlName(std::string_view name) {
+  if (name.empty() || !utf8::IsValid(name)) return false;
+  const auto first = static_cast<unsigned char>(name[0]);
+  const bool startOk = std::isalpha(first) || first == '_' || first == ':' || first >= 0x80;
+  if (!startOk) return false;
+  for (unsigned char c : name.substr(1)) {
+    if (!(std::isalnum(c) || c == '.' || c == '-' || c == '_' || c == ':' || c >= 0x80)) return false;
+  }
+  return true;
 }
 
 }  // namespace grantwright

@@ -106,9 +106,14 @@ class XmlNode {
   // `child` is this node or one of its ancestors.
   XmlNode AppendChild(const XmlNode& child);
 
+  // Sets the attribute `name` of this element to `value`, adding it when missing. Raises
+  // XmlException for a node that is no element and for a name that is no XML name.
+  void SetAttribute(const String& name, const String& value);
+
   // The node and its content as XML text, with nothing added (no indentation, no line
-  // ends). For an attribute: name="value".
-  String ToString() const;
+  // ends), or with `indented`, one element a line indented by two blanks for each level.
+  // For an attribute: name="value".
+  String ToString(bool indented = false) const;
 
   // The nodes that the XPath 1.0 query selects with this node as context, in document
   // order. Element names in queries are case-sensitive. The empty query selects the node
@@ -174,14 +179,21 @@ class XmlDocument : public XmlNode {
   // while being read with 2. A nil file raises NilObjectException.
   void LoadXml(const FolderItemRef& file);
 
-  // New nodes of this document, outside its tree until appended.
+  // New nodes of this document, outside its tree until appended. CreateElement raises
+  // XmlException for a name that is no XML name (see IsXmlName).
   XmlNode CreateElement(const String& name);
   XmlNode CreateTextNode(const String& text);
+  XmlNode CreateComment(const String& text);
 
  private:
   friend class XmlNode;
   explicit XmlDocument(std::shared_ptr<XmlTree> tree);
   void Adopt(std::shared_ptr<XmlTree> tree);
 };
+
+// Whether `name` can name an element or attribute: a letter, "_" or ":" (or any character
+// beyond ASCII) first, then letters, digits, ".", "-", "_", ":" or characters beyond ASCII;
+// valid UTF-8 throughout.
+bool IsXmlName(std::string_view name);
 
 }  // namespace grantwright

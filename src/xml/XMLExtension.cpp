@@ -248,4 +248,85 @@ void SetString(XmlNode node, const String& name, const String& value, bool urlEn
   node.AppendChild(element);
 }
 
+namespace {
+
+void AppendTyped(XmlNode& parent, const String& name, const char* datatype, const String& text) {
+  XmlDocument document = parent.OwnerDocument();
+  XmlNode element = document.CreateElement(name);
+  element.SetAttribute("datatype", datatype);
+  if (!text.IsEmpty()) element.AppendChild(document.CreateTextNode(text));
+  parent.AppendChild(element);
+}
+
+// A container element; an empty one holds a comment, which readers skip, so that it is
+// not read as an element without content.
+XmlNode AppendContainer(XmlNode& parent, const String& name, const char* datatype, bool empty) {
+  XmlDocument document = parent.OwnerDocument();
+  XmlNode element = document.CreateElement(name);
+  element.SetAttribute("datatype", datatype);
+  if (empty) element.AppendChild(document.CreateComment(" empty "));
+  return parent.AppendChild(element);
+}
+
+}  // namespace
+
+void ToXMLFromDictionaryZRN_AppendValue(XmlNode parent, const String& name, const Variant& value) {
+  if (parent.IsNil()) throw NilObjectException();
+  if (value.IsNil()) return;
+  if (value.IsArray()) {
+    std::vector<Variant> elements = UniversalExtension::ArrayValueZRN(value);
+    std::erase_if(elements, [](const Variant& v) { return v.IsNil(); });
+    XmlNode array = AppendContainer(parent, name, "Array", elements.empty());
+    for (size_t i = 0; i < elements.size(); ++i) {
+      ToXMLFromDictionaryZRN_AppendValue(array, String("array_") + Str(static_cast<int64_t>(i)), elements[i]);
+    }
+    return;
+  }
+  switch (value.Type()) {
+    case Variant::kString:
+      AppendTyped(parent, name, "String", EncodingToURL(String(value.Get<String>()->Utf8())));
+      return;
+    case Variant::kBoolean:
+      AppendTyped(parent, name, "Boolean", value.BooleanValue() ? "True" : "False");
+      return;
+    case Variant::kInt32:
+    case Variant::kInt64:
+      AppendTyped(parent, name, "Integer", Str(value.Int64Value()));
+      return;
+    case Variant::kDouble:
+      AppendTyped(parent, name, "Double", Str(value.DoubleValue()));
+      return;
+    case Variant::kSingle:
+      AppendTyped(parent, name, "Single", Str(value.DoubleValue()));
+      return;
+    case Variant::kColor:
+      AppendTyped(parent, name, "Color", Str(static_cast<int64_t>(value.ColorValue().value)));
+      return;
+    case Variant::kDate:
+      AppendTyped(parent, name, "GMTTimeStampZRN",
+                  ExtensionDate::LocalDateToGMTTimeStampZRN(value.ObjectAs<Date>()));
+      return;
+    default:
+      break;
+  }
+  if (const DictionaryRef dict = value.ObjectAs<Dictionary>()) {
+    XmlNode element = AppendContainer(parent, name, "Dictionary", dict->Count() == 0);
+    for (const auto& [key, entry] : dict->Entries()) {
+      ToXMLFromDictionaryZRN_AppendValue(element, key.StringValue(), entry);
+    }
+    return;
+  }
+  throw TypeMismatchException("A value of this type has no typed XML form");
+}
+
+String AsXMLStringFromDictionaryZRN(const DictionaryRef& dict, const String& rootName) {
+  NonNil(dict);
+  XmlDocument document;
+  XmlNode root = document.AppendChild(document.CreateElement(rootName));
+  for (const auto& [key, value] : dict->Entries()) {
+    ToXMLFromDictionaryZRN_AppendValue(root, key.StringValue(), value);
+  }
+  return String("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n") + root.ToString(true);
+}
+
 }  // namespace grantwright::XMLExtension

@@ -69,4 +69,31 @@ Variant ToDictionaryFromXMLZRN_ParseNode(const XmlNode& node);
 // raises NilObjectException.
 void SetString(XmlNode node, const String& name, const String& value, bool urlEncode);
 
+// The typed document of `dict`, the inverse of AsDictionaryFromXMLStringZRN: an XML
+// declaration, then a root element called `rootName` with one child a key, one element a
+// line, indented. Values are written as:
+//
+// | value                 | datatype        | text                                           |
+// |-----------------------|-----------------|------------------------------------------------|
+// | String                | String          | its UTF-8 bytes, URL-encoded (EncodingToURL)   |
+// | Boolean               | Boolean         | True or False                                  |
+// | Int32, Int64          | Integer         | decimal (read back exactly up to 2^53)         |
+// | Double, Single        | Double, Single  | the shortest decimal that reads back the same  |
+// | Date                  | GMTTimeStampZRN | LocalDateToGMTTimeStampZRN (whole seconds)      |
+// | Color                 | Color           | the 32-bit value in decimal                    |
+// | Dictionary            | Dictionary      | its entries as child elements                  |
+// | array of any type     | Array           | elements array_0, array_1, ... (ArrayValueZRN) |
+//
+// Nil values and nil array elements are left out (an array closes up around them). An
+// empty Dictionary or array holds one comment, so that it reads back as an empty container
+// rather than as an empty String. Keys are the entries' text; a key that is no XML name
+// raises XmlException, and a value of any other type (a Picture, a FolderItem, ...) raises
+// TypeMismatchException. Doubles that are not finite have no decimal form and read back as
+// 0. A nil dictionary raises NilObjectException.
+String AsXMLStringFromDictionaryZRN(const DictionaryRef& dict, const String& rootName);
+
+// Appends to `parent` the element `name` holding `value` as the table above says. A nil
+// parent raises NilObjectException.
+void ToXMLFromDictionaryZRN_AppendValue(XmlNode parent, const String& name, const Variant& value);
+
 }  // namespace grantwright::XMLExtension

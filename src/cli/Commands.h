@@ -1,0 +1,19 @@
+#pragma once
+// The commands of `grantwright`, the user's command beside the helper. Each writes its
+// result on standard output, a failure as one line on standard error, and gives the
+// process's exit status: 0, or 1 after a failure.
+
+#include <string>
+
+namespace grantwright::Commands {
+
+// Captures the record of the file at `file` and writes its typed configuration (owner,
+// group, mode and, when the file has one, its access control list) on standard output, or,
+// when `output` is not empty, into that file (replaced atomically, mode 0600).
+int Capture(const std::string& file, const std::string& output);
+
+// Reads the configuration at `configPath` as the helper does and prints, as JSON, the
+// decoded values with their types and the record the helper would apply. Changes nothing.
+int Explain(const std::string& configPath);
+
+}  // namespace grantwright::Commands

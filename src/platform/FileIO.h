@@ -1,0 +1,24 @@
+#pragma once
+// Small file operations shared by everything that writes files.
+
+#include <sys/types.h>
+
+#include <string>
+#include <string_view>
+
+namespace grantwright {
+
+// Writes all of `bytes` to `fd`, going on after interruptions and short writes. False on
+// the first failed write (errno tells why).
+bool WriteAll(int fd, std::string_view bytes);
+
+// Replaces the file at `path` by `bytes` with the mode `mode`, all or nothing: the bytes go
+// to the new file `temporary` (in the same folder; it must not exist, and a symbolic link
+// there is refused), which is flushed to disk and renamed over `path`, and then the folder
+// is flushed. So a reader sees the old file or the new one, never a part, even when the
+// process is killed. False when any step failed (errno tells why); the old file is then
+// still in place and `temporary` is gone.
+bool ReplaceFile(const std::string& path, const std::string& temporary, std::string_view bytes,
+                 mode_t mode);
+
+}  // namespace grantwright
