@@ -30,7 +30,7 @@ int Capture(const std::string& file, const std::string& output) {
   }
   const TraditionalPermissionsZRN record(item);
   const String xml = XMLExtension::AsXMLStringFromDictionaryZRN(record.GetDictionary(), "config");
-  const std::string bytes = xml.Bytes() + "\n";
+  const std::string& bytes = xml.Bytes();
 
   if (output.empty()) {
     return WriteAll(STDOUT_FILENO, bytes) ? 0 : Fail(std::string("cannot write: ") + std::strerror(errno));

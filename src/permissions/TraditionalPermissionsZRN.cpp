@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "convert/UniversalExtension.h"
+#include "fileutil/FolderItemExtension.h"
 #include "platform/Exceptions.h"
 
 namespace grantwright {
@@ -60,6 +61,14 @@ TraditionalPermissionsZRN::TraditionalPermissionsZRN(const DictionaryRef& dict) 
       ((*xPermissions).*bit.set)(present);
     }
   }
+}
+
+TraditionalPermissionsZRN::TraditionalPermissionsZRN(const FolderItemRef& file) {
+  Owner = NonNil(file)->Owner();
+  Group = file->Group();
+  UnixFilePath = FolderItemExtension::PathZRN(file, false);
+  xPermissions = std::make_shared<Permissions>(file->PermissionsMode());
+  ACLRights = Acl::NewACLFromFile(String(file->NativePath()), Acl::kExtended);
 }
 
 DictionaryRef TraditionalPermissionsZRN::GetDictionary() const {

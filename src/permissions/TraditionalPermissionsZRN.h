@@ -13,6 +13,7 @@
 
 #include "platform/Acl.h"
 #include "platform/Dictionary.h"
+#include "platform/FolderItem.h"
 #include "platform/Permissions.h"
 #include "platform/String.h"
 
@@ -33,6 +34,14 @@ class TraditionalPermissionsZRN {
   //   array of Variant or of objects raises TypeMismatchException.
   // xPermissions is never nil afterwards. A nil `dict` raises NilObjectException.
   explicit TraditionalPermissionsZRN(const DictionaryRef& dict);
+
+  // The record of the file `file` stands for, as it is now: its owner and group names (the
+  // decimal id where the account database has none), its path (PathZRN, not shortened),
+  // its twelve mode bits, and its access control list (Acl::NewACLFromFile: nil when the
+  // file has only the entries of its mode). A symbolic link counts by what it points to. A
+  // file that cannot be examined gives empty names and mode 0; nothing is reported. A nil
+  // file raises NilObjectException.
+  explicit TraditionalPermissionsZRN(const FolderItemRef& file);
 
   // A new Dictionary with every key of the form: the three texts (empty ones too),
   // "RawACLRights" only when there is a list, and the four "Perms" arrays of String, always

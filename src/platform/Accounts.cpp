@@ -56,7 +56,25 @@ int LookUp(const String& name, Lookup lookup, Id Entry::*idField, Id& id) {
   return 0;
 }
 
+// The name a getpwuid_r-style function gives for `id`, or the id in decimal.
+template <class Entry, class Id, class Lookup>
+String NameOf(Id id, Lookup lookup, char* Entry::*nameField) {
+  std::vector<char> buffer(1024);
+  Entry entry;
+  Entry* found = nullptr;
+  while (lookup(id, &entry, buffer.data(), buffer.size(), &found) == ERANGE &&
+         buffer.size() < (size_t{1} << 20)) {
+    buffer.resize(buffer.size() * 2);
+  }
+  if (found != nullptr && entry.*nameField != nullptr) return String(std::string(entry.*nameField));
+  return Str(static_cast<int64_t>(id));
+}
+
 }  // namespace
+
+String UserName(uid_t id) { return NameOf<passwd>(id, ::getpwuid_r, &passwd::pw_name); }
+
+String GroupName(gid_t id) { return NameOf<group>(id, ::getgrgid_r, &group::gr_name); }
 
 int LookUpUserId(const String& name, uid_t& id) {
   return LookUp<passwd>(name, ::getpwnam_r, &passwd::pw_uid, id);

@@ -15,6 +15,11 @@ namespace grantwright {
 int LookUpUserId(const String& name, uid_t& id);
 int LookUpGroupId(const String& name, gid_t& id);
 
+// The name of the account (UserName) or group (GroupName) with the id `id`, or the id in
+// decimal when the database has no name for it.
+String UserName(uid_t id);
+String GroupName(gid_t id);
+
 // Makes a statically linked process look accounts and groups up in the local files only
 // (/etc/passwd, /etc/group), which the C library has built in. Any other source is a
 // shared library that a static process cannot load safely: one that keeps thread-local

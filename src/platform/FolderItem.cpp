@@ -57,6 +57,40 @@ std::shared_ptr<FolderItem> FolderItem::Child(const String& name) const {
   return std::make_shared<FolderItem>(path_.back() == '/' ? path_ + n : path_ + "/" + n);
 }
 
+namespace {
+
+// stat of `path`, with `error` the errno (0 on success).
+bool Examine(const std::string& path, struct stat& st, int& error) {
+  error = ::stat(path.c_str(), &st) == 0 ? 0 : errno;
+  return error == 0;
+}
+
+}  // namespace
+
+String FolderItem::Owner() {
+  struct stat st;
+  int error;
+  const bool found = Examine(path_, st, error);
+  SetLastErrorCode(error);
+  return found ? UserName(st.st_uid) : String();
+}
+
+String FolderItem::Group() {
+  struct stat st;
+  int error;
+  const bool found = Examine(path_, st, error);
+  SetLastErrorCode(error);
+  return found ? GroupName(st.st_gid) : String();
+}
+
+uint32_t FolderItem::PermissionsMode() {
+  struct stat st;
+  int error;
+  const bool found = Examine(path_, st, error);
+  SetLastErrorCode(error);
+  return found ? (st.st_mode & 07777) : 0;
+}
+
 bool FolderItem::Locate() {
   if (descriptor_ >= 0) {
     ::close(descriptor_);

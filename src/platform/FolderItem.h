@@ -45,6 +45,13 @@ class FolderItem : public Object {
   // have that name (empty, ".", "..", or holding "/" or a NUL byte).
   std::shared_ptr<FolderItem> Child(const String& name) const;
 
+  // The item's owner and group as names (the decimal id when the account database has no
+  // name), and its twelve mode bits; a symbolic link counts by what it points to. An item
+  // that cannot be examined gives "", "" and 0, with LastErrorCode the errno.
+  String Owner();
+  String Group();
+  uint32_t PermissionsMode();
+
   // Finds the item that the path names now as the one later changes go to, and gives
   // whether it is there, as Exists does: a symbolic link counts by what it points to (and
   // is then refused by the changes). LastErrorCode: 0, or the errno of the failed lookup.

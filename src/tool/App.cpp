@@ -78,24 +78,26 @@ int64_t App::Event_Run(const std::vector<String>& args) {
   return kBadCommandLine;
 }
 
-bool App::Handle_Helper(const String& configPath, bool applyACL) {
+DictionaryRef App::ReadConfiguration(const String& configPath,
+                                     const std::function<void(const String&)>& report) {
   const FolderItemRef configFile = PathToFolderItem(configPath);
   if (!configFile || !configFile->Exists()) {
-    WriteStdOut("Missing config file!");
-    return false;
+    report("Missing config file!");
+    return nullptr;
   }
   String text;
   if (!FolderItemExtension::ReadContentsSmartZRN(configFile, text, nullptr, false, false, true)) {
-    WriteStdOut("Failed to read config file!");
-    return false;
+    report("Failed to read config file!");
+    return nullptr;
   }
-
   const DictionaryRef config = XMLExtension::AsDictionaryFromXMLStringZRN(text);
-  if (!config) {
-    WriteStdOut("Failed to read XML from config file!");
-    return false;
-  }
+  if (!config) report("Failed to read XML from config file!");
+  return config;
+}
 
+bool App::Handle_Helper(const String& configPath, bool applyACL) {
+  const DictionaryRef config = ReadConfiguration(configPath, WriteStdOut);
+  if (!config) return false;
   const TraditionalPermissionsZRN record(config);
   return ApplyRecord(record, applyACL);
 }

@@ -208,7 +208,23 @@ std::vector<ProcessResult> RunHelpers(const std::vector<std::vector<std::string>
   return results;
 }
 
+std::vector<ProcessResult> RunAll(const std::vector<std::vector<std::string>>& argvList,
+                                  size_t parallel) {
+  std::vector<ProcessResult> results;
+  results.reserve(argvList.size());
+  for (size_t first = 0; first < argvList.size(); first += parallel) {
+    std::vector<StartedProcess> started;
+    for (size_t i = first; i < argvList.size() && i < first + parallel; ++i) {
+      started.push_back(Start(argvList[i], {}));
+    }
+    for (const StartedProcess& process : started) results.push_back(Finish(process));
+  }
+  return results;
+}
+
 std::string HelperPath() { return GRANTWRIGHT_HELPER; }
+
+std::string CommandPath() { return GRANTWRIGHT_CLI; }
 
 ProcessResult RunHelper(const std::vector<std::string>& args, const RunOptions& options) {
   std::vector<std::string> argv{HelperPath()};

@@ -49,8 +49,12 @@ ProcessResult RunHelper(const std::vector<std::string>& args, const RunOptions& 
 // Runs the built helper once for each argument list, all at the same time, and waits for
 // them all. Each must write little (a pipe's worth): their outputs are read one by one.
 std::vector<ProcessResult> RunHelpers(const std::vector<std::vector<std::string>>& argsList);
+// Runs every `argv` of the list, `parallel` at a time, and gives their results in order.
+std::vector<ProcessResult> RunAll(const std::vector<std::vector<std::string>>& argvList,
+                                  size_t parallel = 8);
 
 std::string HelperPath();
+std::string CommandPath();  // the built `grantwright`
 
 // Captures System.DebugLog lines for its lifetime.
 class LogCapture {

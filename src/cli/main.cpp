@@ -1,0 +1,71 @@
+// grantwright: capture a file's access rights into a configuration, and explain a
+// configuration as the helper reads it.
+
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <string>
+#include <vector>
+
+#include "cli/Commands.h"
+#include "platform/Exceptions.h"
+#include "platform/Log.h"
+#include "tool/GlobalMethods.h"
+#include "tool/Startup.h"
+
+namespace {
+
+constexpr const char* kHelp =
+    "usage: grantwright capture <file> [-o <config path>]\n"
+    "       grantwright explain <config path>\n"
+    "\n"
+    "  capture   writes the configuration that restores <file>'s owner, group, mode and\n"
+    "            access control list, on standard output or into <config path> (mode 0600)\n"
+    "  explain   shows, as JSON, what a configuration holds and what the helper would apply\n"
+    "\n"
+    "Round trip:\n"
+    "  grantwright capture /srv/data -o data.xml   # now\n"
+    "  grantwright-helper -f data.xml             # later: owner, group and mode back\n"
+    "  grantwright-helper -a -f data.xml          # and the access control list\n"
+    "\n"
+    "GRANTWRIGHT_DEBUG=1 shows the library's log lines on standard error.\n";
+
+int Usage() {
+  grantwright::MsgBox(grantwright::String(std::string(kHelp, std::strlen(kHelp) - 1)));
+  return 2;
+}
+
+int Run(const std::vector<std::string>& args) {
+  if (args.empty()) return Usage();
+  const std::string& command = args[0];
+  if (command == "--help" || command == "-h" || command == "help") {
+    grantwright::WriteStandardOutputLine(std::string_view(kHelp, std::strlen(kHelp) - 1));
+    return 0;
+  }
+  if (command == "capture" && (args.size() == 2 || (args.size() == 4 && args[2] == "-o"))) {
+    return grantwright::Commands::Capture(args[1], args.size() == 4 ? args[3] : std::string());
+  }
+  if (command == "explain" && args.size() == 2) return grantwright::Commands::Explain(args[1]);
+  return Usage();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const char* debug = std::getenv("GRANTWRIGHT_DEBUG");
+  grantwright::Startup::CachedDebugMode = debug != nullptr && std::strcmp(debug, "1") == 0;
+  if (grantwright::GlobalMethods::DebuggingEnabledZRN()) {
+    grantwright::SetLogSink([](std::string_view line) { grantwright::MsgBox(grantwright::String(line)); });
+  }
+  try {
+    return Run(std::vector<std::string>(argv + 1, argv + argc));
+  } catch (const grantwright::RuntimeException& e) {
+    std::string line = std::string("grantwright: ") + e.ClassName();
+    if (!e.Message().empty()) line += ": " + e.Message();
+    grantwright::MsgBox(grantwright::String(line));
+    return 1;
+  } catch (const std::exception& e) {
+    grantwright::MsgBox(grantwright::String(std::string("grantwright: ") + e.what()));
+    return 1;
+  }
+}
