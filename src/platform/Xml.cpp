@@ -49,7 +49,7 @@ struct XmlTree {
 
 namespace {
 
-constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_comments;
+constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_comments | pugi::parse_doctype;
 
 pugi::xml_node Node(pugi::xml_node_struct* node) { return pugi::xml_node(node); }
 
@@ -366,6 +366,16 @@ void FailOnParse(XmlTree& tree, const pugi::xml_parse_result& result, std::strin
   Fail(tree, result.status, result.description() + Position(text, static_cast<size_t>(result.offset)));
 }
 
+// A document type declaration is refused rather than skipped: its entities would not be
+// expanded, so a document that relies on them cannot be read as its writer meant it.
+void FailOnDocumentType(XmlTree& tree) {
+  for (pugi::xml_node c = tree.doc.first_child(); c; c = c.next_sibling()) {
+    if (c.type() == pugi::node_doctype) {
+      Fail(tree, XmlDocument::kDocumentTypeRefused, "A document type declaration is not read");
+    }
+  }
+}
+
 void FailOnInvalidUtf8(XmlTree& tree, std::string_view text) {
   const size_t bad = FirstInvalidUtf8(text);
   if (bad == std::string_view::npos) return;
@@ -387,6 +397,7 @@ void XmlDocument::LoadXml(const String& text) {
   FailOnInvalidUtf8(*tree, bytes);
   FailOnParse(*tree, tree->doc.load_buffer(bytes.data(), bytes.size(), kParseOptions, pugi::encoding_utf8),
               bytes);
+  FailOnDocumentType(*tree);
 }
 
 void XmlDocument::LoadXml(const FolderItemRef& file) {
@@ -412,6 +423,7 @@ void XmlDocument::LoadXml(const FolderItemRef& file) {
   const bool asRead = result.encoding == pugi::encoding_utf8;
   FailOnParse(*tree, result, asRead ? std::string_view(bytes) : std::string_view());
   if (asRead) FailOnInvalidUtf8(*tree, bytes);
+  FailOnDocumentType(*tree);
 }
 
 XmlNode XmlDocument::CreateElement(const String& name) {

@@ -8,10 +8,11 @@
 // NilObjectException, as using any nil object does.
 //
 // Parsing:
-// - DTD processing is off. A DOCTYPE is skipped, entity declarations are not read, and an
-//   entity reference other than the five predefined ones stays in the text as written
-//   (`&name;`). No file or URL is ever read for a document: external entities and
-//   external DTD subsets are not fetched, so no entity-expansion attack can work.
+// - DTD processing is off: a document that holds a document type declaration is refused
+//   (error number kDocumentTypeRefused), so no entity is ever declared, expanded or
+//   fetched, and no file or URL is ever read for a document. An entity reference other than
+//   the five predefined ones and character references stays in the text as written
+//   (`&name;`).
 // - Comments are kept as nodes ("#comment"). Processing instructions and the XML
 //   declaration are not kept. Text nodes that hold only white space are dropped; other
 //   text is kept exactly, line ends normalised to LF. CDATA sections are nodes of their
@@ -162,6 +163,8 @@ class XmlDocument : public XmlNode {
   // Error number of text that is not well-formed UTF-8. Every other error number of a
   // load is pugixml's status code (1 file not found, 2 read error, 5 to 16 syntax errors).
   static constexpr int kInvalidUtf8 = 100;
+  // Error number of a document that holds a document type declaration.
+  static constexpr int kDocumentTypeRefused = 101;
 
   // An empty document.
   XmlDocument();

@@ -189,11 +189,18 @@ TEST(TypedDecoder, BadDocumentsGiveNilAndALogLine) {
   // Right at the limit, and deep nesting without containers, decode.
   EXPECT_NE(AsDictionaryFromXMLStringZRN("<r>" + deep512 + "</r>"), nullptr);
   EXPECT_EQ(Decoded("<r>" + Repeat("<a>", 1000000) + Repeat("</a>", 1000000) + "</r>"), "{a=''}");
-  // No entity is expanded and no file is read.
-  EXPECT_EQ(Decoded("<!DOCTYPE r [<!ENTITY a \"aa\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;&a;\">]>"
-                    "<r><x datatype=\"String\">&b;</x></r>"),
-            "{x='&b;'}");
-  EXPECT_EQ(Decoded("<!DOCTYPE r [<!ENTITY e SYSTEM \"file:///etc/passwd\">]><r><x>&e;</x></r>"), "{x='&e;'}");
+  // A document type declaration is refused: no entity is expanded and no file is read.
+  for (const char* doc : {"<!DOCTYPE r [<!ENTITY a \"aa\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;&a;\">]>"
+                          "<r><x datatype=\"String\">&b;</x></r>",
+                          "<!DOCTYPE r [<!ENTITY e SYSTEM \"file:///etc/passwd\">]><r><x>&e;</x></r>",
+                          "<!DOCTYPE r SYSTEM \"/etc/passwd\"><r/>"}) {
+    testing::LogCapture log;
+    EXPECT_EQ(AsDictionaryFromXMLStringZRN(doc), nullptr) << doc;
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_EQ(log.lines()[0],
+              "The string could not be parsed as XML.\n\nDefaults will be used if applicable.\n\nError Code: 101");
+  }
+  EXPECT_EQ(Decoded("<r><x>&undeclared;</x></r>"), "{x='&undeclared;'}");
   // A root without children, or a comment that stands in for it, gives an empty Dictionary.
   EXPECT_EQ(Decoded("<r/>") + Decoded("<!--c--><r><a>1</a></r>"), "{}{}");
 }
