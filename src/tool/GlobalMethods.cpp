@@ -3,7 +3,7 @@
 #include "fileutil/FolderItemExtension.h"
 #include "platform/Exceptions.h"
 #include "platform/Log.h"
-#include "platform/SpecialFolder.h"
+#include "platform/UserFolders.h"
 #include "prefs/CorePreferences.h"
 #include "tool/Startup.h"
 

@@ -5,7 +5,7 @@
 
 #include "fileutil/FolderItemExtension.h"
 #include "platform/Exceptions.h"
-#include "platform/SpecialFolder.h"
+#include "platform/UserFolders.h"
 #include "support/TestSupport.h"
 #include "prefs/CorePreferences.h"
 #include "tool/GlobalMethods.h"
