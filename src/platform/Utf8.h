@@ -14,7 +14,9 @@ int32_t Next(std::string_view bytes, size_t& pos);
 
 void Append(std::string& out, char32_t codePoint);
 
-bool IsValid(std::string_view bytes);
+// Where the first malformed sequence starts; npos when there is none.
+size_t FirstInvalid(std::string_view bytes);
+inline bool IsValid(std::string_view bytes) { return FirstInvalid(bytes) == std::string_view::npos; }
 
 // Every malformed byte replaced by U+FFFD.
 std::string Sanitized(std::string_view bytes);

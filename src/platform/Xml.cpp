@@ -58,28 +58,6 @@ std::string Utf8Bytes(const String& text) {
   return ConvertEncoding(text, Encodings::UTF8()).Bytes();
 }
 
-// Where the first malformed UTF-8 sequence starts; npos when there is none.
-size_t FirstInvalidUtf8(std::string_view bytes) {
-  size_t pos = 0;
-  while (pos < bytes.size()) {
-    if (pos + 32 <= bytes.size()) {
-      uint64_t words[4];
-      std::memcpy(words, bytes.data() + pos, sizeof words);
-      if (((words[0] | words[1] | words[2] | words[3]) & 0x8080808080808080ULL) == 0) {
-        pos += 32;
-        continue;
-      }
-    }
-    if (static_cast<unsigned char>(bytes[pos]) < 0x80) {
-      ++pos;
-      continue;
-    }
-    const size_t start = pos;
-    if (utf8::Next(bytes, pos) < 0) return start;
-  }
-  return std::string_view::npos;
-}
-
 // " at line L, column C" (column in bytes, both from 1) of a byte offset into `text`.
 std::string Position(std::string_view text, size_t offset) {
   if (offset > text.size()) return " at offset " + std::to_string(offset);
@@ -377,7 +355,7 @@ void FailOnDocumentType(XmlTree& tree) {
 }
 
 void FailOnInvalidUtf8(XmlTree& tree, std::string_view text) {
-  const size_t bad = FirstInvalidUtf8(text);
+  const size_t bad = utf8::FirstInvalid(text);
   if (bad == std::string_view::npos) return;
   Fail(tree, XmlDocument::kInvalidUtf8, "Invalid UTF-8 byte sequence" + Position(text, bad));
 }
