@@ -19,9 +19,9 @@
 
 namespace {
 
-void Check(bool condition) {
-  if (!condition) std::abort();
-}
+// Names the property that failed before stopping, so a reproducer explains itself.
+#define Check(condition) \
+  ((condition) ? (void)0 : (std::fprintf(stderr, "property failed: %s\n", #condition), std::abort()))
 
 const std::string& PlistPath() {
   static const std::string path = [] {

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -28,9 +29,9 @@ const std::string& ScratchFile() {
   return path;
 }
 
-void Check(bool condition) {
-  if (!condition) std::abort();
-}
+// Names the property that failed before stopping, so a reproducer explains itself.
+#define Check(condition) \
+  ((condition) ? (void)0 : (std::fprintf(stderr, "property failed: %s\n", #condition), std::abort()))
 
 }  // namespace
 
