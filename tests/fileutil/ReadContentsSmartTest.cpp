@@ -133,21 +133,5 @@ TEST(ReadContentsSmart, FailuresLogTheirExactMessage) {
   }
 }
 
-TEST(ReadContentsSmart, UnreadableFileForAnUnprivilegedUser) {
-  GRANTWRIGHT_REQUIRE_ROOT();
-  TempDir dir;
-  const std::string path = dir.Write("secret.xml", "<r/>");
-  ASSERT_EQ(::chmod(path.c_str(), 0), 0);
-  // As nobody, through the helper: the file exists but cannot be read.
-  RunOptions asNobody;
-  asNobody.uid = 65534;
-  asNobody.gid = 65534;
-  asNobody.env = {"GRANTWRIGHT_LOG=stderr"};
-  const ProcessResult r = RunHelper({"-f", path}, asNobody);
-  EXPECT_EQ(r.status, 254);
-  EXPECT_EQ(r.out, "Failed to read config file!\n");
-  EXPECT_NE(r.err.find("failed as the file was not found or readable."), std::string::npos) << r.err;
-}
-
 }  // namespace
 }  // namespace grantwright::testing

@@ -9,11 +9,30 @@
 #include <functional>
 #include <string>
 
-#include "support/JobConfig.h"
+#include "permissions/TraditionalPermissionsZRN.h"
+#include "platform/UrlCoding.h"
 #include "support/TestSupport.h"
+#include "xml/XMLExtension.h"
 
 namespace grantwright::testing {
 namespace {
+
+// A job as `grantwright capture` writes it; an empty text is written as an empty value.
+struct JobConfig {
+  std::string owner = "", group = "", path = "", acl = "";
+  uint32_t mode = 0;
+};
+
+std::string ConfigXml(const JobConfig& job) {
+  TraditionalPermissionsZRN record;
+  record.Owner = job.owner;
+  record.Group = job.group;
+  record.UnixFilePath = job.path;
+  record.xPermissions = std::make_shared<Permissions>(job.mode);
+  const DictionaryRef dict = record.GetDictionary();
+  if (!job.acl.empty()) dict->SetValue("RawACLRights", String(job.acl));
+  return XMLExtension::AsXMLStringFromDictionaryZRN(dict, "Permissions").Bytes();
+}
 
 struct FileState {
   unsigned uid;
@@ -50,7 +69,7 @@ TEST(HelperJob, WorkedExampleSetsOwnerGroupAndMode) {
   std::string xml =
       "<Config><Owner datatype=\"String\">root</Owner>"
       "<Group datatype=\"String\">daemon</Group>"
-      "<UnixFilePath datatype=\"String\">" + UrlEncoded(file) + "</UnixFilePath>"
+      "<UnixFilePath datatype=\"String\">" + EncodingToURL(file).Bytes() + "</UnixFilePath>"
       "<PermsOwner datatype=\"Array\"><array_0 datatype=\"String\">read</array_0>"
       "<array_1 datatype=\"String\">write</array_1><array_2 datatype=\"String\">execute</array_2>"
       "</PermsOwner><PermsGroup datatype=\"Array\"><array_0 datatype=\"String\">read</array_0>"
@@ -89,9 +108,10 @@ TEST(HelperJob, EveryModeRoundTripsAcrossOwnerChanges) {
                              .group = toDaemon ? "bin" : "root",
                              .path = targets[slot],
                              .mode = first + slot};
-      runs.push_back({"-f", dir.Write("job" + std::to_string(slot) + ".xml", ConfigXml(config))});
+      runs.push_back({HelperPath(), "-f",
+                      dir.Write("job" + std::to_string(slot) + ".xml", ConfigXml(config))});
     }
-    const std::vector<ProcessResult> results = RunHelpers(runs);
+    const std::vector<ProcessResult> results = RunAll(runs, kSlots);
     for (unsigned slot = 0; slot < kSlots; ++slot) {
       const unsigned mode = first + slot;
       ASSERT_EQ(results[slot].status, 0) << std::oct << mode << ": " << results[slot].out;
