@@ -1,5 +1,6 @@
 // The helper's job as the parent program sees it: a configuration file, a real helper
-// process, and the file looked at afterwards.
+// process, and the file looked at afterwards. Every mode, across owner changes, goes
+// through the helper in tests/cli/RoundTripTest.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -81,47 +82,6 @@ TEST(HelperJob, WorkedExampleSetsOwnerGroupAndMode) {
   EXPECT_EQ(after.uid, 0u);
   EXPECT_EQ(after.gid, 1u);
   EXPECT_EQ(after.mode, 0750u);
-}
-
-TEST(HelperJob, EveryModeRoundTripsAcrossOwnerChanges) {
-  GRANTWRIGHT_REQUIRE_ROOT();
-  TempDir dir;
-  // Helpers run side by side, each on a target of its own: files and folders alternate.
-  constexpr unsigned kSlots = 8;
-  std::vector<std::string> targets;
-  for (unsigned slot = 0; slot < kSlots; ++slot) {
-    const std::string name = "t" + std::to_string(slot);
-    if (slot % 2) {
-      targets.push_back(dir / name);
-      ASSERT_EQ(::mkdir(targets.back().c_str(), 0700), 0);
-    } else {
-      targets.push_back(dir.Write(name, "x"));
-    }
-  }
-  // Each run changes its target's owner, which clears the set-id bits; the mode set after
-  // it must bring them back.
-  for (unsigned first = 0; first < 010000; first += kSlots) {
-    const bool toDaemon = (first / kSlots) % 2 == 0;
-    std::vector<std::vector<std::string>> runs;
-    for (unsigned slot = 0; slot < kSlots; ++slot) {
-      const JobConfig config{.owner = toDaemon ? "daemon" : "root",
-                             .group = toDaemon ? "bin" : "root",
-                             .path = targets[slot],
-                             .mode = first + slot};
-      runs.push_back({HelperPath(), "-f",
-                      dir.Write("job" + std::to_string(slot) + ".xml", ConfigXml(config))});
-    }
-    const std::vector<ProcessResult> results = RunAll(runs, kSlots);
-    for (unsigned slot = 0; slot < kSlots; ++slot) {
-      const unsigned mode = first + slot;
-      ASSERT_EQ(results[slot].status, 0) << std::oct << mode << ": " << results[slot].out;
-      struct stat after {};
-      ASSERT_EQ(::stat(targets[slot].c_str(), &after), 0);
-      ASSERT_EQ(after.st_mode & 07777u, mode) << std::oct << mode;
-      ASSERT_EQ(after.st_uid, toDaemon ? 1u : 0u);
-      ASSERT_EQ(after.st_gid, toDaemon ? 2u : 0u);
-    }
-  }
 }
 
 TEST(HelperJob, AclModeRestoresTheListExactlyAndNothingElse) {
