@@ -31,12 +31,21 @@ extern char** environ;
 
 namespace grantwright::testing {
 
-TempDir::TempDir() {
+namespace {
+
+// A fresh folder below $TMPDIR (or /tmp) with `mode`; "" when none can be made.
+std::string NewFolder(const char* prefix, mode_t mode) {
   const char* base = std::getenv("TMPDIR");
-  std::string pattern = std::string(base && *base ? base : "/tmp") + "/grantwright-test-XXXXXX";
-  if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-  ::chmod(pattern.c_str(), 0755);
-  path_ = pattern;
+  std::string pattern = std::string(base && *base ? base : "/tmp") + "/" + prefix + "-XXXXXX";
+  if (::mkdtemp(pattern.data()) == nullptr) return "";
+  ::chmod(pattern.c_str(), mode);
+  return pattern;
+}
+
+}  // namespace
+
+TempDir::TempDir() : path_(NewFolder("grantwright-test", 0755)) {
+  if (path_.empty()) throw std::runtime_error("mkdtemp failed");
 }
 
 TempDir::~TempDir() {
@@ -59,13 +68,8 @@ namespace {
 // world-writable (sticky) folder that goes away when the test process ends.
 class ConfigSandbox {
  public:
-  ConfigSandbox() {
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern = std::string(base && *base ? base : "/tmp") + "/grantwright-config-XXXXXX";
-    if (::mkdtemp(pattern.data()) == nullptr) return;
-    ::chmod(pattern.c_str(), 01777);
-    root_ = pattern;
-    ::setenv("XDG_CONFIG_HOME", HomeFor(::geteuid()).c_str(), 1);
+  ConfigSandbox() : root_(NewFolder("grantwright-config", 01777)) {
+    if (!root_.empty()) ::setenv("XDG_CONFIG_HOME", HomeFor(::geteuid()).c_str(), 1);
   }
   ~ConfigSandbox() {
     if (root_.empty() || ::getpid() != owner_) return;
@@ -262,22 +266,12 @@ void Setfacl(const std::vector<std::string>& args) {
 }
 
 ScopedEnv::ScopedEnv(const char* name, const char* value) : name_(name) {
-  const char* old = std::getenv(name);
-  hadOld_ = old != nullptr;
-  if (hadOld_) old_ = old;
-  if (value) {
-    ::setenv(name, value, 1);
-  } else {
-    ::unsetenv(name);
-  }
+  if (const char* old = std::getenv(name)) old_ = old;
+  value ? ::setenv(name, value, 1) : ::unsetenv(name);
 }
 
 ScopedEnv::~ScopedEnv() {
-  if (hadOld_) {
-    ::setenv(name_.c_str(), old_.c_str(), 1);
-  } else {
-    ::unsetenv(name_.c_str());
-  }
+  old_ ? ::setenv(name_.c_str(), old_->c_str(), 1) : ::unsetenv(name_.c_str());
 }
 
 }  // namespace grantwright::testing

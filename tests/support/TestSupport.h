@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -89,8 +90,7 @@ class ScopedEnv {
 
  private:
   std::string name_;
-  std::string old_;
-  bool hadOld_;
+  std::optional<std::string> old_;
 };
 
 }  // namespace grantwright::testing

@@ -43,10 +43,8 @@ TEST(XmlDocument, BadTextRaisesWithStatusAndPosition) {
     EXPECT_EQ(doc.ChildCount(), 0u);
   }
   // Text with another tag is converted before it is parsed.
-  for (const String& text : {String(std::string("<\0r\0>\0\xE9\0<\0/\0r\0>\0", 16), Encodings::UTF16LE()),
-                             String(std::string("<r>\xE9</r>"), Encodings::SystemDefault())}) {
-    EXPECT_TRUE(Identical(Parse(text).FirstChild().FirstChild().Value(), "\xC3\xA9"));
-  }
+  const String utf16(std::string("<\0r\0>\0\xE9\0<\0/\0r\0>\0", 16), Encodings::UTF16LE());
+  EXPECT_TRUE(Identical(Parse(utf16).FirstChild().FirstChild().Value(), "\xC3\xA9"));
 }
 
 TEST(XmlDocument, WalksAMillionLevelsWithoutRecursion) {
