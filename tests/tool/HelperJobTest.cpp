@@ -111,24 +111,6 @@ TEST(HelperJob, AclModeRestoresTheListExactlyAndNothingElse) {
     EXPECT_EQ(after.gid, 3u);
     EXPECT_EQ(after.mode & 07000u, 07000u);
   }
-
-  // A partial list changes only the permission bits its base entries and mask give.
-  Setfacl({"-b", file});
-  PrepareFile(file, 0, 0, 04751);
-  const struct {
-    const char* acl;
-    unsigned mode;
-  } partial[] = {
-      {"user:daemon:r--", 04751},  // computed mask r-x: the group bits stay
-      {"other::rw-", 04756},       // named entries go, the mask with them
-      {"mask::r--\ngroup:bin:rwx\n", 04746},
-      {"group::---", 04706},
-  };
-  for (const auto& p : partial) {
-    SCOPED_TRACE(p.acl);
-    ASSERT_EQ(RunJob(dir, {.path = file, .acl = p.acl}, true).status, 0);
-    EXPECT_EQ(StateOf(file).mode, p.mode);
-  }
 }
 
 TEST(HelperJob, OwnerModeLeavesNamedEntriesAlone) {
