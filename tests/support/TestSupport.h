@@ -1,13 +1,15 @@
 #pragma once
 // What the tests share: a fresh temporary folder, files written into it, the built helper
-// run as a real process, and the system log captured in process.
+// run as a real process, the system log captured in process, and values described as text.
 
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/Log.h"
+#include "platform/Variant.h"
 
 namespace grantwright::testing {
 
@@ -46,10 +48,8 @@ struct RunOptions {
 ProcessResult Run(const std::vector<std::string>& argv, const RunOptions& options = {});
 // Runs the built helper with `args` after its own path.
 ProcessResult RunHelper(const std::vector<std::string>& args, const RunOptions& options = {});
-// Runs the built helper once for each argument list, all at the same time, and waits for
-// them all. Each must write little (a pipe's worth): their outputs are read one by one.
-std::vector<ProcessResult> RunHelpers(const std::vector<std::vector<std::string>>& argsList);
 // Runs every `argv` of the list, `parallel` at a time, and gives their results in order.
+// Each must write little (a pipe's worth): their outputs are read one by one.
 std::vector<ProcessResult> RunAll(const std::vector<std::vector<std::string>>& argvList,
                                   size_t parallel = 8);
 
@@ -70,6 +70,11 @@ class LogCapture {
 
 bool IsRoot();
 
+// A value as compact text: 'string' (untagged'string' when not UTF-8), i3 (Int32 and
+// Int64), d0.25, f0.5, c255, true, t<unix seconds of its moment>, m<bytes>, pic<w>x<h>,
+// {key=value,...}, [value,...], nil.
+std::string Describe(const Variant& value);
+
 // getfacl's listing of `path`: no header, no effective-rights comments, names by name.
 std::string Getfacl(const std::string& path);
 // Runs setfacl with `args`; throws when it fails.
@@ -85,8 +90,7 @@ class ScopedEnv {
 
  private:
   std::string name_;
-  std::string old_;
-  bool hadOld_;
+  std::optional<std::string> old_;
 };
 
 }  // namespace grantwright::testing

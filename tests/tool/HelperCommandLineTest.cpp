@@ -12,13 +12,16 @@ TEST(HelperCommandLine, MessagesAndStatuses) {
   TempDir dir;
   const std::string folder = dir / "folder.xml";
   ASSERT_EQ(::mkdir(folder.c_str(), 0755), 0);
+  const std::string secret = dir.Write("secret.xml", "<r/>");
+  ASSERT_EQ(::chmod(secret.c_str(), 0), 0);
   const std::string helper = HelperPath();
   struct Case {
     std::vector<std::string> args;
     int status;
     std::string out;
+    uid_t uid = static_cast<uid_t>(-1);
   };
-  const Case cases[] = {
+  std::vector<Case> cases = {
       {{}, 255, kUsage + helper + "\n"},
       {{"-a"}, 255, kUsage + helper + "\n-a\n"},
       {{"x", "-A", "y"}, 255, kUsage + helper + "\nx\n-A\ny\n"},
@@ -31,8 +34,11 @@ TEST(HelperCommandLine, MessagesAndStatuses) {
       {{"-f", folder}, 254, "Failed to read config file!\n"},
       {{"-f", "/dev/null"}, 254, "Failed to read config file!\n"},  // no regular file
   };
+  // A file that exists but that the user cannot read.
+  if (IsRoot()) cases.push_back({{"-f", secret}, 254, "Failed to read config file!\n", 65534});
   for (const Case& c : cases) {
-    const ProcessResult r = RunHelper(c.args, {.env = {"GRANTWRIGHT_LOG=stderr"}});
+    const ProcessResult r =
+        RunHelper(c.args, {.env = {"GRANTWRIGHT_LOG=stderr"}, .uid = c.uid, .gid = c.uid});
     EXPECT_EQ(r.status, c.status) << ::testing::PrintToString(c.args);
     EXPECT_EQ(r.out, c.out) << ::testing::PrintToString(c.args);
   }
@@ -55,11 +61,14 @@ TEST(HelperCommandLine, AnyBytesAsConfigEndInAMessage) {
   TempDir dir;
   std::string noise;
   for (int i = 0; i < 4096; ++i) noise.push_back(static_cast<char>((i * 7919) % 251));
-  for (const std::string& bytes : {std::string(), noise, std::string(100000, '\0'), std::string("\xFF\xFE", 2)}) {
+  for (const std::string& bytes : {std::string(), noise, std::string(100000, '\0'), std::string("\xFF\xFE", 2),
+                                   std::string("<config><Owner datatype=\"String\">root</Own")}) {
     const ProcessResult r = RunHelper({"-f", dir.Write("c.xml", bytes)}, {.env = {"GRANTWRIGHT_LOG=stderr"}});
     EXPECT_EQ(r.status, 254);
     EXPECT_EQ(r.out, "Failed to read XML from config file!\n");
   }
+  const ProcessResult truncated = RunHelper({"-f", dir / "c.xml"}, {.env = {"GRANTWRIGHT_LOG=stderr"}});
+  EXPECT_NE(truncated.err.find("Error Code: 14"), std::string::npos) << truncated.err;
 }
 
 }  // namespace

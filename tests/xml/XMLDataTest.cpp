@@ -20,6 +20,8 @@ TEST(XMLData, FactoriesReportBadXmlAndNeverGiveNil) {
   const XMLDataRef empty = XMLData::CreateFromString("", true);
   EXPECT_FALSE(empty->Exists());
   EXPECT_TRUE((empty->ToString() + empty->GetElementName()).IsEmpty());
+  EXPECT_EQ(empty->GetInteger("a", 4), 4);  // a wrapper without a node gives the defaults
+  EXPECT_TRUE(empty->GetArray("", "a", false, false).empty() && empty->GetRawStrings("").empty());
   EXPECT_FALSE(XMLData::CreateFromFile(nullptr, false)->Exists());
   EXPECT_FALSE(XMLData::CreateFromFile(PathToFolderItem(dir / "none.xml"), false)->Exists());
   EXPECT_TRUE(log.lines().empty());
@@ -88,17 +90,6 @@ TEST(XMLData, GettersConvertWhatTheKeyFinds) {
   EXPECT_EQ(nested->GetInteger("x", 0), 5);
   EXPECT_EQ(data->GetXMLData("")->GetNode(""), data->GetNode(""));
   EXPECT_FALSE(data->GetXMLData("missing")->Exists());
-}
-
-TEST(XMLData, WrapperWithoutNodeGivesDefaults) {
-  const XMLData none{XmlNode()};
-  const DateRef date = std::make_shared<Date>();
-  EXPECT_EQ(none.GetDate("a", date), date);
-  EXPECT_EQ(none.GetInteger("", 4), 4);
-  EXPECT_EQ(none.GetAttribute("a", "d"), "d");
-  EXPECT_TRUE(none.GetNode("").IsNil());
-  EXPECT_FALSE(none.HasValue("") || none.GetXMLData("")->Exists());
-  EXPECT_TRUE(none.GetArray("", "a", false, false).empty() && none.GetRawStrings("").empty());
 }
 
 TEST(XMLData, ListsOfStrings) {
