@@ -57,38 +57,24 @@ std::shared_ptr<FolderItem> FolderItem::Child(const String& name) const {
   return std::make_shared<FolderItem>(path_.back() == '/' ? path_ + n : path_ + "/" + n);
 }
 
-namespace {
-
-// stat of `path`, with `error` the errno (0 on success).
-bool Examine(const std::string& path, struct stat& st, int& error) {
-  error = ::stat(path.c_str(), &st) == 0 ? 0 : errno;
-  return error == 0;
+bool FolderItem::Examine(struct stat& st) {
+  SetLastErrorCode(::stat(path_.c_str(), &st) == 0 ? 0 : errno);
+  return LastErrorCode() == 0;
 }
-
-}  // namespace
 
 String FolderItem::Owner() {
   struct stat st;
-  int error;
-  const bool found = Examine(path_, st, error);
-  SetLastErrorCode(error);
-  return found ? UserName(st.st_uid) : String();
+  return Examine(st) ? UserName(st.st_uid) : String();
 }
 
 String FolderItem::Group() {
   struct stat st;
-  int error;
-  const bool found = Examine(path_, st, error);
-  SetLastErrorCode(error);
-  return found ? GroupName(st.st_gid) : String();
+  return Examine(st) ? GroupName(st.st_gid) : String();
 }
 
 uint32_t FolderItem::PermissionsMode() {
   struct stat st;
-  int error;
-  const bool found = Examine(path_, st, error);
-  SetLastErrorCode(error);
-  return found ? (st.st_mode & 07777) : 0;
+  return Examine(st) ? (st.st_mode & 07777) : 0;
 }
 
 bool FolderItem::Locate() {

@@ -19,6 +19,8 @@
 #include "platform/Permissions.h"
 #include "platform/String.h"
 
+struct stat;
+
 namespace grantwright {
 
 class FolderItem : public Object {
@@ -81,6 +83,8 @@ class FolderItem : public Object {
   // The located item's descriptor for a change (locating it first when that has not been
   // done); -1 with LastErrorCode set when there is no item or it is a symbolic link.
   int ChangeDescriptor();
+  // stat of the path (following a symbolic link), its errno kept as LastErrorCode.
+  bool Examine(struct stat& st);
   // A path that reaches the item of `descriptor` for calls that take no descriptor.
   static std::string DescriptorPath(int descriptor);
 
