@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "dates/ExtensionDate.h"
+#include <string>
+
 #include "platform/Dictionary.h"
+#include "platform/UrlCoding.h"
 #include "support/TestSupport.h"
 #include "xml/XMLExtension.h"
 
@@ -11,67 +13,54 @@ namespace {
 using XMLExtension::AsDictionaryFromXMLStringZRN;
 using XMLExtension::AsXMLStringFromDictionaryZRN;
 
-DictionaryRef EveryKind() {
-  auto d = std::make_shared<Dictionary>();
-  d->SetValue("Text", "a b+c%d/ü\n<&>\"'");
-  d->SetValue("Empty", "");
-  d->SetValue("Yes", true);
-  d->SetValue("No", false);
-  d->SetValue("Small", int32_t{-7});
-  d->SetValue("Big", int64_t{9007199254740992});
-  d->SetValue("Ratio", 0.1);
-  d->SetValue("Tiny", 5e-324);
-  d->SetValue("Third", 1.0f / 3.0f);
-  d->SetValue("When", std::make_shared<Date>(2018, 6, 1, 9, 5, 7, -4.0));
-  d->SetValue("Tint", Integer2Color(0xFF8000FF));
-  return d;
+DictionaryRef DictionaryOf(std::initializer_list<std::pair<const char*, Variant>> entries) {
+  auto dict = std::make_shared<Dictionary>();
+  for (const auto& [key, value] : entries) dict->SetValue(key, value);
+  return dict;
 }
 
-TEST(TypedWriter, EveryKindNestedReadsBackEqual) {
-  // Five levels: a dictionary in an array in a dictionary in an array in a dictionary.
-  DictionaryRef innermost = EveryKind();
-  innermost->SetValue("Strings", NewArray<String>({"read", "write"}));
-  innermost->SetValue("Numbers", NewArray<int64_t>({3, 1, 2}));
-  innermost->SetValue("Flags", NewArray<bool>({true, false}));
-  innermost->SetValue("NoItems", NewArray<Variant>());
-  innermost->SetValue("NoEntries", std::make_shared<Dictionary>());
-  auto level3 = std::make_shared<Dictionary>();
-  level3->SetValue("Inner", NewArray<Variant>({Variant(innermost), Variant("x")}));
-  auto level1 = EveryKind();
-  level1->SetValue("Outer", NewArray<Variant>({Variant(level3), Variant(NewArray<Variant>({Variant(1.5)}))}));
-
-  const String xml = AsXMLStringFromDictionaryZRN(level1, "config");
-  const DictionaryRef back = AsDictionaryFromXMLStringZRN(xml);
-  ASSERT_NE(back, nullptr) << xml.Bytes();
-  // Equal as the format carries them: Int32 as Int64, dates to the second, typed arrays as
-  // arrays of Variant.
-  EXPECT_EQ(Describe(back), Describe(level1));
+TEST(TypedWriter, EveryKindNestedReadsBackEqualAndOthersAreRefused) {
+  const auto when = std::make_shared<Date>(2018, 6, 1, 9, 5, 7, -4.0);
+  when->SetTotalSeconds(when->TotalSeconds() + 0.75);
+  const DictionaryRef inner = DictionaryOf({
+      {"Strings", NewArray<String>({"read", "write"})}, {"Numbers", NewArray<int64_t>({3, 1, 2})},
+      {"Flags", NewArray<bool>({true, false})}, {"NoItems", NewArray<Variant>()},
+      {"NoEntries", std::make_shared<Dictionary>()},
+  });
+  const DictionaryRef all = DictionaryOf({
+      {"Text", "a b+c%d/\xC3\xBC\n<&>\"'"}, {"Empty", ""}, {"Yes", true}, {"No", false},
+      {"Small", int32_t{-7}}, {"Big", int64_t{9007199254740992}}, {"Ratio", 0.1}, {"Tiny", 5e-324},
+      {"Third", 1.0f / 3.0f}, {"When", when}, {"Tint", Integer2Color(0xFF8000FF)},
+      {"Outer", NewArray<Variant>({inner, NewArray<Variant>({1.5})})},
+  });
+  // Equal as the format carries them: Int32 as Int64, dates to the whole second in GMT,
+  // typed arrays as arrays of Variant. Nil is left out; an array closes up around it.
+  const std::string expected = Describe(all);
+  all->SetValue("Gone", Variant());
+  inner->SetValue("Strings", NewArray<Variant>({Variant(), "read", Variant(), "write"}));
+  const String xml = AsXMLStringFromDictionaryZRN(all, "config");
+  EXPECT_EQ(Describe(AsDictionaryFromXMLStringZRN(xml)), expected) << xml.Bytes();
+  EXPECT_NE(xml.Bytes().find(R"(<When datatype="GMTTimeStampZRN">2018-06-01T13:05:07<)"), std::string::npos);
+  // A key that is no XML name, and a value of a kind the format has no row for, are refused.
+  EXPECT_THROW(AsXMLStringFromDictionaryZRN(DictionaryOf({{"two words", "x"}}), "r"), XmlException);
+  EXPECT_THROW(AsXMLStringFromDictionaryZRN(DictionaryOf({{"File", std::make_shared<FolderItem>("/tmp")}}), "r"),
+               TypeMismatchException);
 }
 
-TEST(TypedWriter, NilIsLeftOutAndBadKeysOrValuesAreRefused) {
-  auto d = std::make_shared<Dictionary>();
-  d->SetValue("Gone", Variant());
-  d->SetValue("List", NewArray<Variant>({Variant("a"), Variant(), Variant("b")}));
-  const DictionaryRef back = AsDictionaryFromXMLStringZRN(AsXMLStringFromDictionaryZRN(d, "r"));
-  ASSERT_NE(back, nullptr);
-  EXPECT_FALSE(back->HasKey("Gone"));
-  EXPECT_EQ(back->Value("List").ArraySize(), 2u);
-
-  auto badKey = std::make_shared<Dictionary>();
-  badKey->SetValue("two words", "x");
-  EXPECT_THROW(AsXMLStringFromDictionaryZRN(badKey, "r"), XmlException);
-  auto badValue = std::make_shared<Dictionary>();
-  badValue->SetValue("Fine", std::make_shared<Dictionary>());
-  badValue->SetValue("Item", std::make_shared<FolderItem>("/tmp"));
-  EXPECT_THROW(AsXMLStringFromDictionaryZRN(badValue, "r"), TypeMismatchException);
-  EXPECT_THROW(AsXMLStringFromDictionaryZRN(nullptr, "r"), NilObjectException);
-}
-
-TEST(TypedWriter, StampsAreGmtWholeSeconds) {
-  const auto date = std::make_shared<Date>(2018, 6, 1, 14, 30, 5, 2.0);
-  date->SetTotalSeconds(date->TotalSeconds() + 0.75);
-  EXPECT_EQ(ExtensionDate::LocalDateToGMTTimeStampZRN(date).Bytes(), "2018-06-01T12:30:05");
-  EXPECT_THROW(ExtensionDate::LocalDateToGMTTimeStampZRN(nullptr), NilObjectException);
+// What the writers encode, the decoder gives back byte for byte.
+TEST(UrlCoding, RoundTripsEveryByteAndSetStringUsesIt) {
+  std::string all;
+  for (int c = 0; c < 256; ++c) all.push_back(static_cast<char>(c));
+  const String encoded = EncodingToURL(String(all, nullptr));
+  EXPECT_EQ(encoded.Bytes().find_first_not_of("%0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz-_.~"),
+            std::string::npos);
+  EXPECT_TRUE(Identical(DecodingFromURL(encoded), String(all, nullptr)));
+  XmlDocument doc;
+  XmlNode root = doc.AppendChild(doc.CreateElement("config"));
+  XMLExtension::SetString(root, "Path", "a b+/~", true);
+  XMLExtension::SetString(root, "Raw", "a<b", false);
+  EXPECT_TRUE(Identical(root.ToString(), "<config><Path>a%20b%2B%2F~</Path><Raw>a&lt;b</Raw></config>"));
+  EXPECT_TRUE(Identical(DecodingFromURL("%41%4a+%zz%4"), "AJ+%zz%4"));
 }
 
 }  // namespace
