@@ -26,11 +26,11 @@ String UrlDecoded(const String& text, bool rawBytes) {
   return rawBytes ? DecodingFromURL(text) : UniversalExtension::DecodingFromURLZRN(text);
 }
 
+}  // namespace
+
 Color ColorOf(const String& text) {
   return Integer2Color(static_cast<uint32_t>(static_cast<uint64_t>(TruncateToInt64(Val(text)))));
 }
-
-}  // namespace
 
 XMLData::XMLData(XmlNode node) : private_node(std::move(node)) {}
 

@@ -112,4 +112,8 @@ class XMLData {
 
 using XMLDataRef = std::shared_ptr<XMLData>;
 
+// The colour a text stands for: the integer it begins with (see Val), its low 32 bits as
+// &hAARRGGBB. The Color getter and the typed decoder read colours so.
+Color ColorOf(const String& text);
+
 }  // namespace grantwright

@@ -109,10 +109,6 @@ int64_t ArrayIndex(const XmlNode& child) {
   return TruncateToInt64(Val(String(name.substr(start, end - start))));
 }
 
-Color ColorOf(const String& text) {
-  return Integer2Color(static_cast<uint32_t>(static_cast<uint64_t>(TruncateToInt64(Val(text)))));
-}
-
 void LogTooDeep() {
   System::DebugLog(String("The XML could not be decoded: it nests containers more than ") +
                    Str(static_cast<int64_t>(kMaxContainerDepth)) + " deep.");
