@@ -71,6 +71,7 @@ TEST(Helper, AclModeRestoresTheListExactlyAndNothingElse) {
   ASSERT_EQ(::chown(folder.c_str(), 2, 3), 0);
   ASSERT_EQ(::chmod(folder.c_str(), 07707), 0);
   const ProcessResult r = RunHelper({"-a", "-f", dir.Write("job.xml", Job("root", "root", folder, 0, listing))});
+  EXPECT_EQ(r.out, "");
   EXPECT_EQ(r.status, 0);
   // Owner, group and the set-id and sticky bits stay; the permission bits follow the list.
   EXPECT_EQ(StateOf(folder), "2 3 7755\n" + wanted);
