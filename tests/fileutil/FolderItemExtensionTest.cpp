@@ -65,7 +65,8 @@ TEST(ReadContentsSmart, EveryEncodingGivesTheSameUtf8Text) {
   TempDir dir;
   for (const auto& [name, bytes] : files) {
     String contents;
-    EXPECT_TRUE(ReadContentsSmartZRN(PathToFolderItem(dir.Write(name, bytes)), contents, nullptr, false, false, true));
+    EXPECT_TRUE(ReadContentsSmartZRN(PathToFolderItem(dir.Write(name, bytes)), contents, nullptr, false, false,
+                                     true));
     EXPECT_EQ(contents.Bytes(), text) << name;
     EXPECT_EQ(contents.Encoding(), Encodings::UTF8()) << name;
   }

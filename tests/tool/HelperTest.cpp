@@ -1,6 +1,6 @@
 // The helper as the parent program sees it: a command line and a configuration file, a
 // real helper process, its output and status, and the file looked at afterwards. Every
-// mode, across owner changes, goes through the helper in tests/cli/RoundTripTest.
+// mode, across owner changes, goes through the helper in the round trip of tests/cli.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -133,12 +133,12 @@ TEST(Helper, EachFailureEndsWithItsLineAndStatus) {
       {{"-f", job}, Job("", "daemon", file, 0), 254, "Failed to set file owner to \"\" on: " + file + "\n"},
       {{"-f", job}, Job("daemon", "gw-no-such-group", file, 0), 254,
        "Failed to set file group to \"gw-no-such-group\" on: " + file + "\n", "", {}, "1 0"},
-      {{"-f", job}, Job("daemon", "", file, 0777), 254, "Failed to set file group to \"\" on: " + file + "\n", "", {},
-       "1 0"},
-      {{"-f", job}, Job("daemon", "bin", file, 0777), 254, "Failed to set file permissions on: " + file + "\n", "",
-       {.refusedSyscalls = {SYS_chmod, SYS_fchmodat}}, "1 2"},
-      {{"-a", "-f", job}, Job("", "", file, 0, "user:daemon:rwx"), 254, "Failed to set ACL on: " + file + "\n", "",
-       asNobody},
+      {{"-f", job}, Job("daemon", "", file, 0777), 254,
+       "Failed to set file group to \"\" on: " + file + "\n", "", {}, "1 0"},
+      {{"-f", job}, Job("daemon", "bin", file, 0777), 254,
+       "Failed to set file permissions on: " + file + "\n", "", {.refusedSyscalls = {SYS_chmod, SYS_fchmodat}}, "1 2"},
+      {{"-a", "-f", job}, Job("", "", file, 0, "user:daemon:rwx"), 254,
+       "Failed to set ACL on: " + file + "\n", "", asNobody},
       {{"-a", "-f", job}, Job("", "", link, 0, "user:daemon:rwx"), 254, "Failed to set ACL on: " + link + "\n"},
       {{"-f", job}, Job("daemon", "daemon", link, 0777), 254,
        "Failed to set file owner to \"daemon\" on: " + link + "\n"},
