@@ -1,0 +1,170 @@
+// The helper as the parent program sees it: a command line and a configuration file, a
+// real helper process, its output and status, and the file looked at afterwards. Every
+// mode, across owner changes, goes through the helper in the round trip of tests/cli.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "permissions/TraditionalPermissionsZRN.h"
+#include "platform/UrlCoding.h"
+#include "support/TestSupport.h"
+#include "xml/XMLExtension.h"
+
+namespace grantwright::testing {
+namespace {
+
+// A configuration as `grantwright capture` writes it; an empty list is left out.
+std::string Job(const std::string& owner, const std::string& group, const std::string& path, uint32_t mode,
+                const std::string& acl = "") {
+  TraditionalPermissionsZRN record;
+  record.Owner = owner;
+  record.Group = group;
+  record.UnixFilePath = path;
+  record.xPermissions = std::make_shared<Permissions>(mode);
+  const DictionaryRef dict = record.GetDictionary();
+  if (!acl.empty()) dict->SetValue("RawACLRights", String(acl));
+  return XMLExtension::AsXMLStringFromDictionaryZRN(dict, "r").Bytes();
+}
+
+// "uid gid mode" (the mode in octal), then getfacl's listing.
+std::string StateOf(const std::string& path) {
+  return Run({"/usr/bin/stat", "-c", "%u %g %a", path}).out + Getfacl(path);
+}
+
+TEST(Helper, WorkedExampleSetsOwnerGroupAndModeAndLeavesNamedEntries) {
+  GRANTWRIGHT_REQUIRE_ROOT();
+  TempDir dir;
+  const std::string file = dir.Write("notes v2.txt", "notes");
+  ASSERT_EQ(::chown(file.c_str(), 65534, 65534), 0);
+  Setfacl({"-m", "u:daemon:rwx,g:bin:r", file});
+  // Written as the parent program writes it, "/" as %2F and the space as %20. The list is
+  // for -a alone.
+  const std::string xml =
+      "<Config><Owner datatype=\"String\">root</Owner><Group datatype=\"String\">daemon</Group>"
+      "<UnixFilePath datatype=\"String\">" + EncodingToURL(file).Bytes() + "</UnixFilePath>"
+      "<PermsOwner datatype=\"Array\"><array_0 datatype=\"String\">read</array_0>"
+      "<array_1 datatype=\"String\">write</array_1><array_2 datatype=\"String\">execute</array_2></PermsOwner>"
+      "<PermsGroup datatype=\"Array\"><array_0 datatype=\"String\">read</array_0>"
+      "<array_1 datatype=\"String\">execute</array_1></PermsGroup>"
+      "<RawACLRights datatype=\"String\">user%3Asys%3Arwx</RawACLRights></Config>";
+  const ProcessResult r = RunHelper({"-f", dir.Write("notes.xml", xml)});
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.status, 0);
+  // chmod sets the mask from the group bits, as on any Linux system.
+  EXPECT_EQ(StateOf(file), "0 1 750\nuser::rwx\nuser:daemon:rwx\ngroup::r--\ngroup:bin:r--\nmask::r-x\n"
+                           "other::---\n\n");
+}
+
+TEST(Helper, AclModeRestoresTheListExactlyAndNothingElse) {
+  GRANTWRIGHT_REQUIRE_ROOT();
+  TempDir dir;
+  const std::string folder = dir / "d";
+  ASSERT_EQ(::mkdir(folder.c_str(), 0755), 0);
+  Setfacl({"-m", "u:daemon:rwx,g:bin:rx,m:rx", folder});
+  Setfacl({"-d", "-m", "u::rwx,g::rx,o::-,u:sys:rwx,g:daemon:r", folder});
+  // The configuration carries getfacl's whole output, header and effective rights and all.
+  const std::string listing = ::grantwright::testing::Run({"/usr/bin/getfacl", folder}).out;
+  const std::string wanted = Getfacl(folder);
+  Setfacl({"-b", "-k", "-m", "u:nobody:rwx", folder});
+  ASSERT_EQ(::chown(folder.c_str(), 2, 3), 0);
+  ASSERT_EQ(::chmod(folder.c_str(), 07707), 0);
+  const ProcessResult r = RunHelper({"-a", "-f", dir.Write("job.xml", Job("root", "root", folder, 0, listing))});
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.status, 0);
+  // Owner, group and the set-id and sticky bits stay; the permission bits follow the list.
+  EXPECT_EQ(StateOf(folder), "2 3 7755\n" + wanted);
+}
+
+// Every outcome short of success: the command line's, the configuration's and each step's,
+// and the unhandled exception's ending. Links point at a root-owned file that must not
+// change either.
+TEST(Helper, EachFailureEndsWithItsLineAndStatus) {
+  GRANTWRIGHT_REQUIRE_ROOT();
+  TempDir dir;
+  const std::string job = dir / "job.xml";
+  const std::string file = dir.Write("target file", "x");
+  const std::string rootFile = dir.Write("root-owned", "x");
+  const std::string link = dir / "link";
+  ASSERT_EQ(::symlink(rootFile.c_str(), link.c_str()), 0);
+  const std::string missing = dir / "missing";
+  const std::string secret = dir.Write("secret.xml", "<r/>");
+  ASSERT_EQ(::chmod(secret.c_str(), 0), 0);
+  const std::string usage = "Unhandled or missing required arguments.\nFound Arguments: \n" + HelperPath() + "\n";
+  const std::vector<std::string> many(20000, "\xFF\xFE-x");
+  std::string manyOut = usage;
+  for (const std::string& arg : many) manyOut += arg + "\n";
+  const std::string cannotRead = "The chosen file cannot be read.\n\n";
+  const std::string badXml = "Failed to read XML from config file!\n";
+  const std::string unhandled = "Unhandled exception: NilObjectException\n";
+  const RunOptions asNobody{.uid = 65534, .gid = 65534};
+  struct Row {
+    std::vector<std::string> args;
+    std::string config;  // written to `job` before the run
+    int status;
+    std::string out;
+    std::string log = "";  // what standard error must hold
+    RunOptions options = {};
+    const char* ids = "0 0";  // of `file` afterwards: the changes made before the failure
+  };
+  const Row rows[] = {
+      {{}, "", 255, usage},
+      {{"x", "-A", "\xFF\xC3"}, "", 255, usage + "x\n-A\n\xFF\xC3\n"},
+      {many, "", 255, manyOut},
+      {{"-a", "-f"}, "", 255, "Missing path argument\n"},
+      {{"-F"}, "", 255, "Missing path argument\n"},
+      {{"-f", "/no/such/\xFF"}, "", 254, "Missing config file!\n"},
+      {{"-F", "/no/such", "-f", job}, "", 254, "Missing config file!\n"},  // the scan ends at the first -f
+      {{"-f", "-a", job}, "", 254, "Missing config file!\n"},              // "-a" is the path here
+      {{"-f", dir.path()}, "", 254, "Failed to read config file!\n",
+       cannotRead + "Please ensure you have adequate permissions to access this file.\n"},
+      {{"-f", "/dev/null"}, "", 254, "Failed to read config file!\n"},  // no regular file
+      {{"-f", secret}, "", 254, "Failed to read config file!\n",
+       cannotRead + "ReadContentsSmartZRN() failed as the file was not found or readable.\n", asNobody},
+      {{"-f", job}, "", 254, badXml},
+      {{"-f", job}, std::string(100000, '\0'), 254, badXml},
+      {{"-f", job}, "<config><Owner datatype=\"String\">root</Own", 254, badXml},
+      {{"-f", job}, Job("daemon", "daemon", missing, 0644), 254, "File not found: " + missing + "\n"},
+      {{"-f", job}, Job("daemon", "daemon", "", 0644), 254, "File not found: \n"},
+      {{"-a", "-f", job}, Job("", "", missing, 0, "user:daemon:r--"), 254, "File not found: " + missing + "\n"},
+      {{"-f", job}, Job("gw-no-such-user", "daemon", file, 0), 254,
+       "Failed to set file owner to \"gw-no-such-user\" on: " + file + "\n"},
+      {{"-f", job}, Job("", "daemon", file, 0), 254, "Failed to set file owner to \"\" on: " + file + "\n"},
+      {{"-f", job}, Job("daemon", "gw-no-such-group", file, 0), 254,
+       "Failed to set file group to \"gw-no-such-group\" on: " + file + "\n", "", {}, "1 0"},
+      {{"-f", job}, Job("daemon", "", file, 0777), 254,
+       "Failed to set file group to \"\" on: " + file + "\n", "", {}, "1 0"},
+      {{"-f", job}, Job("daemon", "bin", file, 0777), 254,
+       "Failed to set file permissions on: " + file + "\n", "", {.refusedSyscalls = {SYS_chmod, SYS_fchmodat}}, "1 2"},
+      {{"-a", "-f", job}, Job("", "", file, 0, "user:daemon:rwx"), 254,
+       "Failed to set ACL on: " + file + "\n", "", asNobody},
+      {{"-a", "-f", job}, Job("", "", link, 0, "user:daemon:rwx"), 254, "Failed to set ACL on: " + link + "\n"},
+      {{"-f", job}, Job("daemon", "daemon", link, 0777), 254,
+       "Failed to set file owner to \"daemon\" on: " + link + "\n"},
+      // -a without a usable list: none in the configuration, an unknown account, no entry.
+      {{"-a", "-f", job}, Job("root", "root", file, 0777), 253, unhandled, unhandled},
+      {{"-a", "-f", job}, Job("", "", file, 0, "user:gw-no-such-user:rwx"), 253, unhandled, unhandled},
+      {{"-a", "-f", job}, Job("", "", file, 0, "\n# nothing\n"), 253, unhandled, unhandled},
+  };
+  const std::string plain = " 604\nuser::rw-\ngroup::---\nother::r--\n\n";
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.out.substr(0, 200));
+    for (const std::string& path : {file, rootFile}) {
+      ASSERT_EQ(::chown(path.c_str(), 0, 0), 0);
+      ASSERT_EQ(::chmod(path.c_str(), 0604), 0);
+    }
+    dir.Write("job.xml", row.config);
+    RunOptions options = row.options;
+    options.env.push_back("GRANTWRIGHT_LOG=stderr");
+    const ProcessResult r = RunHelper(row.args, options);
+    EXPECT_EQ(r.status, row.status);
+    EXPECT_EQ(r.out, row.out);
+    EXPECT_NE(r.err.find(row.log), std::string::npos) << r.err;
+    EXPECT_EQ(StateOf(file), row.ids + plain);
+    EXPECT_EQ(StateOf(rootFile), "0 0" + plain);
+  }
+}
+
+}  // namespace
+}  // namespace grantwright::testing
