@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <pwd.h>
 
+#include <cmath>
 #include <fstream>
 
-#include "prefs/CorePreferences.h"
+#include "platform/TextEncoding.h"
 #include "prefs/PrefsTestSupport.h"
 
 namespace grantwright::testing {
@@ -12,154 +12,149 @@ namespace {
 
 using namespace CorePreferences;
 
-PreferenceStoreRef NewStore() { return std::make_shared<PreferenceStore>(); }
-
-
-// Values written in one process read back equal in another; Singles come back as Doubles,
-// typed arrays as arrays of Variant, dates in GMT.
+// What one process writes, another reads back as both conversions say, from our file and
+// from the same content as plistutil writes it: Singles and typed arrays widen, dates
+// come back in GMT (a date's own offset stays in its moment), what has no store form is
+// left out or removes its key.
 TEST(CorePreferences, ValuesOfEveryKindCrossProcesses) {
   ScopedConfigHome home;
+  std::string bytes;
+  for (int b = 0; b < 256; ++b) bytes += static_cast<char>(b);
   auto level3 = std::make_shared<Dictionary>();
   level3->SetValue("level3", "deep");
-  auto level2 = std::make_shared<Dictionary>();
-  const auto list = NewArray<Variant>();
-  list->emplace_back(level3);
-  list->emplace_back(1.5);
-  list->emplace_back(NewArray<String>({"a", "b"}));
-  level2->SetValue("level2", list);
-  auto level1 = std::make_shared<Dictionary>();
-  level1->SetValue("level1", level2);
-  const std::vector<std::pair<String, Variant>> values = {
-      {"Boolean", true},
-      {"Int64", INT64_MIN},
-      {"Int32", int32_t{-5}},
-      {"Double", 0.1},
-      {"Single", 0.1f},
-      {"String", "\xc3\xa9 <&> \xe2\x9c\x93"},
-      {"Data", std::make_shared<MemoryBlock>(std::string("a\0b", 3))},
-      {"Date", std::make_shared<Date>(2020, 2, 29, 12, 34, 56, 0.0)},
-      {"Array", NewArray<int64_t>({1, 2, 3})},
-      {"Nested", level1}};
-  const pid_t pid = ::fork();
-  ASSERT_GE(pid, 0);
-  if (pid == 0) {
+  level3->SetValue("colour", Color{1});
+  level3->SetValue("nil", Variant());
+  level3->SetValue(int64_t{5}, "five");
+  auto nested = std::make_shared<Dictionary>();
+  nested->SetValue("level1",
+                   NewArray<Variant>({level3, Variant(), Color{1}, NewArray<String>({"a", "b"})}));
+  const struct {
+    const char* key;
+    Variant value;
+    std::string read;  // Describe of what the other process reads
+  } rows[] = {
+      {"Boolean", false, "false"},
+      {"Int64", INT64_MIN, "i-9223372036854775808"},
+      {"Int32", int32_t{-5}, "i-5"},
+      {"Double", 0.1 + 0.2, "d0.30000000000000004"},
+      {"Huge", -HUGE_VAL, "d-inf"},
+      {"Single", 0.25f, "d0.25"},
+      {"String", "\xc3\xa9 <&> ]]>\r\n\t\x01", "'\xc3\xa9 <&> ]]>\r\n\t\x01'"},
+      {"Latin1", String("caf\xe9", Encodings::SystemDefault()), "'caf\xc3\xa9'"},
+      {"Data", std::make_shared<MemoryBlock>(bytes), "m" + bytes},
+      {"Date", std::make_shared<Date>(2020, 2, 29, 12, 34, 56, 2.0), "t1582979696"},
+      {"Old", std::make_shared<Date>(1, 1, 1, 0, 0, 0, 0.0), "t-62135596800"},
+      {"Array", NewArray<int64_t>({1, 2}), "[i1,i2]"},
+      {"Nested", nested, "{level1=[{level3='deep',5='five'},['a','b']]}"},
+      {"Colour", Color{1}, "nil"},
+  };
+  const pid_t writer = InChild([&] {
     bool ok = true;
-    for (const auto& [key, value] : values)
-      ok = AppSetKeyZRN(NewStore(), "org.example.kinds", key, value) && ok;
-    ::_exit(ok ? 0 : 1);
+    for (const auto& row : rows) ok &= AppSetKeyZRN(NewStore(), kTestDomain, row.key, row.value);
+    return ok;
+  });
+  ASSERT_TRUE(ExitedWell(writer));
+  const std::string file = home.File(kTestDomain), theirs = PlistutilXml(file);
+  for (const bool rewritten : {false, true}) {
+    if (rewritten) std::ofstream(file, std::ios::binary) << theirs;
+    for (const auto& row : rows) {
+      EXPECT_EQ(Describe(AppGetKeyZRN(NewStore(), kTestDomain, row.key)), row.read)
+          << row.key << (rewritten ? " from plistutil's file" : " from our file");
+    }
   }
-  int status = 0;
-  ::waitpid(pid, &status, 0);
-  ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  EXPECT_TRUE(PlistutilReads(home.File("org.example.kinds")));
-  for (const auto& [key, value] : values) {
-    const Variant want = value.Type() == Variant::kSingle ? Variant(value.DoubleValue()) : value;
-    EXPECT_EQ(Describe(AppGetKeyZRN(NewStore(), "org.example.kinds", key)), Describe(want));
-  }
-
-  EXPECT_TRUE(AppRemoveKeyZRN(NewStore(), "org.example.kinds", "Boolean"));
-  EXPECT_TRUE(AppGetKeyZRN(NewStore(), "org.example.kinds", "Boolean").IsNil());
-  EXPECT_TRUE(AppRemoveKeyZRN(NewStore(), "org.example.kinds", "Boolean"));
-  EXPECT_THROW(AppSetKeyZRN(nullptr, "d", "k", 1), NilObjectException);
 }
 
-// Reads map "" and "NSGlobalDomain" to the shared domain; writes take the domain literally,
-// where the store itself reads an empty one as the shared domain.
+// Reads map "" and "NSGlobalDomain" to the shared domain; writes take the domain literally.
 TEST(CorePreferences, EmptyAndGlobalDomains) {
   ScopedConfigHome home;
   EXPECT_TRUE(AppSetKeyZRN(NewStore(), "", "shared", 1));
-  EXPECT_TRUE(PlistutilReads(home.File(".GlobalPreferences")));
-  for (const char* domain : {"", "NSGlobalDomain", "nsglobaldomain", ".GlobalPreferences"}) {
+  for (const char* domain : {"", "NSGlobalDomain", "nsglobaldomain", ".GlobalPreferences"})
     EXPECT_EQ(AppGetKeyZRN(NewStore(), domain, "shared").Int64Value(), 1) << domain;
-  }
   EXPECT_TRUE(AppSetKeyZRN(NewStore(), "NSGlobalDomain", "literal", 2));
-  EXPECT_TRUE(PlistutilReads(home.File("NSGlobalDomain")));
   EXPECT_TRUE(AppGetKeyZRN(NewStore(), "NSGlobalDomain", "literal").IsNil());
-  EXPECT_TRUE(AppRemoveKeyZRN(NewStore(), "", "shared"));
-  EXPECT_TRUE(AppGetKeyZRN(NewStore(), "NSGlobalDomain", "shared").IsNil());
 }
 
-// The helper's runs check the lines of a store that cannot be written (HelperPreferences).
-TEST(CorePreferences, FlushFlagsPickUserAndHost) {
-  ScopedConfigHome home;
-  TempDir system;
-  const ScopedEnv dirs("XDG_CONFIG_DIRS", system.path().c_str());
-  LogCapture log;
-  const auto text = [](const char* t) { return std::make_shared<StoreString>(t); };
-  const PreferenceStoreRef prefs = NewStore();
-  prefs->SetValue(text("k"), text("v"), text("d"), PreferenceStore::AnyUser(),
-                  PreferenceStore::AnyHost());
-  prefs->SetValue(text("k"), text("v"), text("d"), PreferenceStore::CurrentUser(),
-                  PreferenceStore::CurrentHost());
-  EXPECT_TRUE(SynchronizeZRN(prefs, "d", true, true));
-  EXPECT_TRUE(PlistutilReads(system.path() + "/grantwright/preferences/d.plist"));
-  EXPECT_TRUE(SynchronizeZRN(prefs, "d", false, false));
-  EXPECT_TRUE(PlistutilReads(PreferenceStore::FilePath("d", "CurrentUser", "CurrentHost")));
-  EXPECT_TRUE(log.lines().empty());
-
-  const ScopedEnv unwritable("XDG_CONFIG_HOME", "/dev/null/config");
-  EXPECT_FALSE(AppSetKeyZRN(NewStore(), kApplicationDomain, "k", true));
-  EXPECT_EQ(log.lines(), std::vector<std::string>{
-                             "CFPreferencesMBS: Failed to synchronize preferences between RAM and disk."});
-}
-
+// Load enters the defaults once; reads take the stored value, else the default, else
+// false (dates: else the argument). A corrupt file reads as empty, with a log line, and
+// stays until a write replaces it.
 TEST(CorePreferences, LoadDefaultsAndTypedValues) {
   ScopedConfigHome home;
+  const std::string file = home.File(kApplicationDomain);
   HasInitialized = false;
-  dPreferenceDefaults = nullptr;
-  const auto given = std::make_shared<Date>();
-  // Before Load: the store is not read and the date getter gives its argument.
-  EXPECT_FALSE(GetPrefsBoolValue("ShowUnsupportedWarning", ""));
-  EXPECT_THROW(SetPrefsDefaultValue("k", 1), NilObjectException);
-  dPreferenceDefaults = std::make_shared<Dictionary>();
-  dPreferenceDefaults->SetValue("Early", true);
-  dPreferenceDefaults->SetValue("EarlyDate", 5);  // no Date: reading it would throw
-  EXPECT_TRUE(GetPrefsBoolValue("early", ""));
-  EXPECT_EQ(GetPrefsDateValue("EarlyDate", given, ""), given);
-
-  LogCapture log;
   Load();
-  const DictionaryRef table = dPreferenceDefaults;
-  EXPECT_FALSE(table->HasKey("Early"));
+  SetPrefsDefaultValue("Mine", true);
   Load();
-  EXPECT_EQ(dPreferenceDefaults, table);
-  EXPECT_TRUE(
-      AppGetKeyZRN(NewStore(), kApplicationDomain, "NSApplicationShowExceptions").BooleanValue());
-
-  // Stored value, then default, then false.
-  EXPECT_FALSE(GetPrefsBoolValue("ResolveFileLocationsExtensively", ""));
-  EXPECT_TRUE(GetPrefsBoolValue("CheckUpdatesAtStartup", ""));
-  EXPECT_FALSE(GetPrefsBoolValue("NoSuchKey", ""));
+  SetPrefsValue("ShowDebugMenu", true, false);
   SetPrefsValue("ResolveFileLocationsExtensively", true, false);
-  EXPECT_TRUE(GetPrefsBoolValue("ResolveFileLocationsExtensively", ""));
   SetPrefsValue("ResolveFileLocationsExtensively", true, true);
-  EXPECT_FALSE(GetPrefsBoolValue("ResolveFileLocationsExtensively", ""));
   AppSetKeyZRN(NewStore(), kApplicationDomain, "CheckUpdatesAtStartup",
                std::make_shared<Dictionary>());
-  EXPECT_TRUE(GetPrefsBoolValue("CheckUpdatesAtStartup", ""));  // unreadable as Boolean
-  AppSetKeyZRN(NewStore(), "org.example.other", "Other", true);
-  EXPECT_TRUE(GetPrefsBoolValue("Other", "org.example.other"));
+  const struct {
+    const char* key;
+    bool stored, corrupt;  // what reads give with the file as written, and once it is corrupt
+  } reads[] = {
+      {"Mine", true, true},
+      {"ShowDebugMenu", true, false},
+      {"ResolveFileLocationsExtensively", false, false},
+      {"CheckUpdatesAtStartup", true, true},  // a dictionary is no Boolean: the default
+      {"NoSuchKey", false, false},
+  };
+  const LogCapture log;
+  for (const bool corrupt : {false, true}) {
+    if (corrupt) std::ofstream(file) << "<plist><dict><key>";
+    for (const auto& r : reads)
+      EXPECT_EQ(GetPrefsBoolValue(r.key, ""), corrupt ? r.corrupt : r.stored) << r.key;
+  }
+  EXPECT_EQ(log.lines().back(),
+            "Preference file is not a property list dictionary, read as empty: " + file);
+  const auto stamp = StampOf(file);
+  SetPrefsValue("ShowDebugMenu", true, true);
+  EXPECT_EQ(StampOf(file), stamp);
 
   // Dates are stored as their TotalSeconds and come back as new Dates.
-  const auto stored = std::make_shared<Date>(2019, 5, 6, 7, 8, 9, 2.0);
-  SetPrefsValue("When", stored);
-  EXPECT_EQ(AppGetKeyZRN(NewStore(), kApplicationDomain, "When").Type(), Variant::kDouble);
-  const DateRef back = GetPrefsDateValue("When", nullptr, "");
-  ASSERT_TRUE(back);
-  EXPECT_NE(back, stored);
-  EXPECT_EQ(back->TotalSeconds(), stored->TotalSeconds());
+  const auto when = std::make_shared<Date>(2019, 5, 6, 7, 8, 9, 2.0);
+  SetPrefsValue("When", when);
+  EXPECT_EQ(GetPrefsDateValue("When", nullptr, "")->TotalSeconds(), when->TotalSeconds());
   SetPrefsValue("When", DateRef());
-  EXPECT_EQ(GetPrefsDateValue("When", given, ""), given);
-  EXPECT_EQ(GetPrefsDateValue("When", nullptr, ""), nullptr);
-  SetPrefsDefaultValue("When", stored);
-  EXPECT_EQ(GetPrefsDateValue("When", given, ""), stored);
-  EXPECT_THROW(GetPrefsDateValue("ProxyPort", given, ""), TypeMismatchException);
+  EXPECT_EQ(GetPrefsDateValue("When", when, ""), when);
+}
 
-  // A corrupt file leaves the defaults.
-  std::ofstream(home.File(kApplicationDomain)) << "<plist><dict><key>";
-  EXPECT_TRUE(GetPrefsBoolValue("CheckUpdatesAtStartup", ""));
-  EXPECT_FALSE(GetPrefsBoolValue("ShowDebugMenu", ""));
-  EXPECT_EQ(log.lines().size(), 2u);  // one line per read of the corrupt file
+// Every run loads the preferences, also on a bad command line: the first stores the one
+// value Load writes and no default, later runs write nothing, and a run whose store cannot
+// be written costs its log lines, never the job's outcome. Without XDG_CONFIG_HOME (an
+// empty one counts as none) the store is under HOME.
+TEST(CorePreferences, EveryHelperRunLoadsThem) {
+  TempDir config;
+  const std::vector<std::string> env{"XDG_CONFIG_HOME=", "HOME=" + config.path()};
+  EXPECT_EQ(RunHelper({}, {env}).status, 255);
+  const auto file = config / ".config/grantwright/preferences/com.tarnvale.Grantwright.plist";
+  const StoreDictionaryRef dict = PlistutilDictionary(file);
+  ASSERT_TRUE(dict);
+  EXPECT_EQ(Describe(CoreFoundationExtension::ValueAsRBZRN(dict)),
+            "{NSApplicationShowExceptions=true}");
+
+  const auto first = StampOf(file);
+  const std::vector<std::string> args{"-f", "/no/such/config"};
+  const ProcessResult steady = RunHelper(args, {env});
+  EXPECT_EQ(steady.status, 254);
+  EXPECT_EQ(StampOf(file), first);
+
+  // A folder that cannot be made; as root also the store above, root's own, for nobody.
+  std::vector<RunOptions> unwritable{
+      {{"XDG_CONFIG_HOME=/dev/null/config", "GRANTWRIGHT_LOG=stderr"}}};
+  if (const passwd* user = ::getpwnam("nobody"); IsRoot() && user) {
+    unwritable.push_back({{env[0], env[1], "GRANTWRIGHT_LOG=stderr"}, user->pw_uid, user->pw_gid});
+  }
+  // Load's flush fails, then its fallback, then the write of its flag.
+  const std::string lines[] = {
+      "CFPreferencesMBS: Failed to synchronize preferences between RAM and disk.\n",
+      "NSUserDefaultsMBS: Failed to synchronize preferences between RAM and disk.\n"};
+  for (const RunOptions& options : unwritable) {
+    const ProcessResult result = RunHelper(args, options);
+    EXPECT_EQ(result.status, steady.status);
+    EXPECT_EQ(result.out, steady.out);
+    EXPECT_EQ(result.err, lines[0] + lines[1] + lines[0]);
+  }
 }
 
 }  // namespace
