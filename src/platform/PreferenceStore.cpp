@@ -86,13 +86,6 @@ bool PreferenceStore::Resolve(const StoreStringRef& application, const StoreStri
   return ResolveTexts(NonNil(application)->Utf8(), NonNil(user)->Utf8(), NonNil(host)->Utf8(), out);
 }
 
-std::string PreferenceStore::FilePath(const String& application, const String& user,
-                                      const String& host) {
-  PreferenceFiles::Location location;
-  if (!ResolveTexts(application.Utf8(), user.Utf8(), host.Utf8(), location)) return {};
-  return location.path;
-}
-
 StoreObjectRef PreferenceStore::CopyValue(const StoreStringRef& key,
                                           const StoreStringRef& application,
                                           const StoreStringRef& user,

@@ -73,9 +73,6 @@ class PreferenceStore : public Object {
   bool Synchronize(const StoreStringRef& application, const StoreStringRef& user,
                    const StoreStringRef& host);
 
-  // The file that holds a domain and scope; empty when they name no store.
-  static std::string FilePath(const String& application, const String& user, const String& host);
-
  private:
   // Pending changes of one file, in the order they were made; a nil value removes.
   struct Pending {

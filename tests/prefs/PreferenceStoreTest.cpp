@@ -40,6 +40,51 @@ TEST(PreferenceStore, FlushWritesOnlyWhatChangesTheFile) {
 
 // Each writer adds its own keys, each through a handle of its own whose flush rereads the
 // file under the lock: none of the keys is lost.
+// Each scope of user and host flushes to a file of its own, readable by another reader;
+// a user or host that names no scope, and a domain that would leave the folder, flush
+// nowhere.
+TEST(PreferenceStore, ScopesFlushToTheirOwnFiles) {
+  ScopedConfigHome home;
+  TempDir system;
+  const ScopedEnv dirs("XDG_CONFIG_DIRS", (system.path() + ":/etc/xdg").c_str());
+  char host[256] = {};
+  ::gethostname(host, sizeof host - 1);
+  const std::string any = system.path() + "/grantwright/preferences";
+  const struct {
+    const char* domain;
+    bool anyUser, anyHost;
+    std::string path;
+  } rows[] = {
+      {"d", false, true, home.File("d")},
+      {"d", false, false, home.Folder() + "/ByHost/d." + host + ".plist"},
+      {"d", true, true, any + "/d.plist"},
+      {"", true, false, any + "/ByHost/.GlobalPreferences." + host + ".plist"},
+  };
+  for (const auto& row : rows) {
+    const PreferenceStoreRef store = NewStore();
+    const StoreStringRef domain = row.domain[0] ? StoreString::New(row.domain)
+                                                : PreferenceStore::AnyApplication();
+    store->SetValue(StoreString::New("k"), StoreString::New(row.path), domain,
+                    row.anyUser ? PreferenceStore::AnyUser() : PreferenceStore::CurrentUser(),
+                    row.anyHost ? PreferenceStore::AnyHost() : PreferenceStore::CurrentHost());
+    ASSERT_TRUE(SynchronizeZRN(store, row.domain, row.anyUser, row.anyHost)) << row.path;
+    const StoreDictionaryRef read = PlistutilDictionary(row.path);
+    ASSERT_TRUE(read) << row.path;
+    EXPECT_EQ(std::dynamic_pointer_cast<StoreString>(read->Lookup("k"))->Utf8(), row.path);
+  }
+  const LogCapture log;
+  const PreferenceStoreRef store = NewStore();
+  const auto k = StoreString::New("k");
+  EXPECT_FALSE(store->Synchronize(StoreString::New("d"), StoreString::New("SomeUser"),
+                                  PreferenceStore::AnyHost()));
+  EXPECT_FALSE(store->Synchronize(StoreString::New("d"), PreferenceStore::CurrentUser(),
+                                  StoreString::New("Elsewhere")));
+  store->SetValue(k, k, StoreString::New("../d"), PreferenceStore::CurrentUser(),
+                  PreferenceStore::AnyHost());
+  EXPECT_FALSE(SynchronizeZRN(store, "../d", false, true));
+  EXPECT_FALSE(PlistutilDictionary(home.Folder() + "/../d.plist"));
+}
+
 TEST(PreferenceStore, ConcurrentWritersLoseNothing) {
   ScopedConfigHome home;
   constexpr int kWriters = 8, kKeys = 200;
