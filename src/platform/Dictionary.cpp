@@ -6,9 +6,6 @@
 namespace grantwright {
 
 namespace {
-// Below this many entries a scan is cheaper than an index.
-constexpr size_t kIndexThreshold = 16;
-
 // ASCII text in UTF-8 form: its bytes are its characters, so case folding is ASCII's.
 bool IsAsciiKey(const String& key) {
   const TextEncoding* e = key.Encoding();
@@ -37,8 +34,9 @@ size_t Dictionary::FindString(const String& key) const {
   for (size_t i = 0; i < entries_.size(); ++i) {
     const String* other = entries_[i].first.Get<String>();
     if (other == nullptr) continue;
-    const bool equal = ascii && asciiKeys_[i] ? AsciiEqualIgnoringCase(key.Bytes(), other->Bytes())
-                                              : key == *other;
+    const bool equal = ascii && (asciiKeys_ >> i & 1)
+                           ? AsciiEqualIgnoringCase(key.Bytes(), other->Bytes())
+                           : key == *other;
     if (equal) return i;
   }
   return kMissing;
@@ -80,7 +78,9 @@ void Dictionary::SetValue(Variant key, Variant value) {
     entries_[i].second = std::move(value);
     return;
   }
-  asciiKeys_.push_back(text != nullptr && IsAsciiKey(*text));
+  if (entries_.size() < kIndexThreshold && text != nullptr && IsAsciiKey(*text)) {
+    asciiKeys_ |= uint32_t{1} << entries_.size();
+  }
   entries_.emplace_back(std::move(key), std::move(value));
   if (entries_.size() == kIndexThreshold + 1) {
     for (size_t k = 0; k + 1 < entries_.size(); ++k) {
@@ -96,7 +96,7 @@ void Dictionary::SetValue(Variant key, Variant value) {
 
 void Dictionary::Reserve(size_t count) {
   entries_.reserve(count);
-  asciiKeys_.reserve(count);
+  if (count > kIndexThreshold) stringIndex_.reserve(count);
 }
 
 const Variant& Dictionary::Key(size_t index) const {

@@ -3,6 +3,7 @@
 // were first set. Keys compare as Variant::KeyEquals says (String keys ignoring case);
 // setting a key that exists replaces its value in place. Held by reference.
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -37,13 +38,16 @@ class Dictionary : public Object {
 
  private:
   static constexpr size_t kMissing = static_cast<size_t>(-1);
+  // Below this many entries a scan is cheaper than an index.
+  static constexpr size_t kIndexThreshold = 16;
   size_t Find(const Variant& key) const;
   size_t FindString(const String& key) const;
 
   std::vector<std::pair<Variant, Variant>> entries_;
-  // Per entry, whether its key is a String of ASCII bytes only: two such keys compare as
-  // bytes ignoring ASCII case, without folding.
-  std::vector<bool> asciiKeys_;
+  // Bit i: whether entry i's key is a String of ASCII bytes only, for the entries a scan
+  // visits (up to kIndexThreshold): two such keys compare as bytes ignoring ASCII case,
+  // without folding.
+  uint32_t asciiKeys_ = 0;
   // String keys by their case-folded text, for dictionaries past a few entries.
   std::unordered_map<std::string, size_t> stringIndex_;
 };

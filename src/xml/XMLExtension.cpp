@@ -1,6 +1,7 @@
 #include "xml/XMLExtension.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -106,7 +107,16 @@ int64_t ArrayIndex(const XmlNode& child) {
   if (mark == std::string_view::npos) return 0;
   const size_t start = mark + 6;
   const size_t end = std::min(FindArrayMark(name, start), name.size());
-  return TruncateToInt64(Val(String(name.substr(start, end - start))));
+  const std::string_view field = name.substr(start, end - start);
+  // Plain digits, as writers name elements: few enough that Val, which reads a double,
+  // reads them exactly.
+  if (!field.empty() && field.size() <= 15 &&
+      std::all_of(field.begin(), field.end(), [](char c) { return c >= '0' && c <= '9'; })) {
+    int64_t value = 0;
+    for (const char c : field) value = value * 10 + (c - '0');
+    return value;
+  }
+  return TruncateToInt64(Val(String(field)));
 }
 
 void LogTooDeep() {
@@ -179,21 +189,28 @@ Variant Decoder::DictionaryOf(const XmlNode& node) {
 }
 
 Variant Decoder::ArrayOf(const XmlNode& node) {
-  const size_t count = node.ChildCount();
   auto values = NewArray<Variant>();
-  values->reserve(count);
-  std::vector<int64_t> indices;
-  indices.reserve(count);
+  values->reserve(node.ChildCount());
+  bool inOrder = true;
+  int64_t last = INT64_MIN;
   for (XmlNode child = node.FirstChild(); child; child = std::move(child).NextSibling()) {
     const std::string_view datatype = child.AttributeView("datatype");
     if (datatype.empty()) continue;
     Variant value = Value(child, datatype);
     if (tooDeep_) return Variant();
     values->push_back(std::move(value));
-    indices.push_back(ArrayIndex(child));
+    const int64_t index = ArrayIndex(child);
+    inOrder = inOrder && index >= last;
+    last = index;
   }
-  if (std::is_sorted(indices.begin(), indices.end())) return values;
-  // Stable: elements with the same number keep their document order.
+  if (inOrder) return values;
+  // Out of order, which writers seldom are: the numbers again, then a stable sort, so that
+  // elements with the same number keep their document order.
+  std::vector<int64_t> indices;
+  indices.reserve(values->size());
+  for (XmlNode child = node.FirstChild(); child; child = std::move(child).NextSibling()) {
+    if (!child.AttributeView("datatype").empty()) indices.push_back(ArrayIndex(child));
+  }
   std::vector<size_t> order(indices.size());
   for (size_t i = 0; i < order.size(); ++i) order[i] = i;
   std::stable_sort(order.begin(), order.end(),
