@@ -8,6 +8,8 @@
 
 #include <pugixml.hpp>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "platform/Date.h"
 #include "platform/Dictionary.h"
@@ -75,30 +77,36 @@ BENCHMARK(BM_DecodeConfig)->Unit(benchmark::kMillisecond);
 
 void BM_BuildValuesOnly(benchmark::State& state) {
   using namespace grantwright;
-  const size_t items = [] {
-    size_t n = 0;
-    for (size_t at = Config().find(" datatype=\"Dictionary\""); at != std::string::npos;
-         at = Config().find(" datatype=\"Dictionary\"", at + 1)) {
-      ++n;
-    }
-    return n;
-  }();
+  // The texts each record's values are made from, ready before timing starts: the loop
+  // makes only what a decoder must make, each String from bytes that already exist.
+  struct Texts {
+    std::string key, path, owner;
+  };
+  std::vector<Texts> items;
+  for (size_t at = Config().find(" datatype=\"Dictionary\""); at != std::string::npos;
+       at = Config().find(" datatype=\"Dictionary\"", at + 1)) {
+    const std::string n = std::to_string(items.size());
+    items.push_back({"Item" + n, "/Users/shared/Projects/item" + n + " final version.txt", "user" + n});
+  }
   for (auto _ : state) {
     auto root = std::make_shared<Dictionary>();
-    for (size_t i = 0; i < items; ++i) {
+    root->Reserve(items.size());
+    for (size_t i = 0; i < items.size(); ++i) {
       auto d = std::make_shared<Dictionary>();
       d->Reserve(11);
-      d->SetValue(String("UnixFilePath"), String("/Users/shared/Projects/item" + std::to_string(i) + " final version.txt"));
-      d->SetValue(String("Owner"), String("user" + std::to_string(i)));
-      d->SetValue(String("Group"), String("staff"));
-      d->SetValue(String("PermsOwner"), NewArray<Variant>({String("read"), String("write"), String("execute")}));
-      d->SetValue(String("PermsGroup"), NewArray<Variant>({String("read")}));
-      d->SetValue(String("Size"), static_cast<int64_t>(i * 37));
-      d->SetValue(String("Ratio"), 0.5);
-      d->SetValue(String("Locked"), false);
-      d->SetValue(String("Modified"), std::make_shared<Date>(2018, 6, 1, 9, 5, 7, 0.0));
-      d->SetValue(String("Tint"), Color{static_cast<uint32_t>(i)});
-      root->SetValue(String("Item" + std::to_string(i)), d);
+      d->SetValue(String(std::string_view("UnixFilePath")), String(std::string_view(items[i].path)));
+      d->SetValue(String(std::string_view("Owner")), String(std::string_view(items[i].owner)));
+      d->SetValue(String(std::string_view("Group")), String(std::string_view("staff")));
+      d->SetValue(String(std::string_view("PermsOwner")),
+                  NewArray<Variant>({String(std::string_view("read")), String(std::string_view("write")),
+                                     String(std::string_view("execute"))}));
+      d->SetValue(String(std::string_view("PermsGroup")), NewArray<Variant>({String(std::string_view("read"))}));
+      d->SetValue(String(std::string_view("Size")), static_cast<int64_t>(i * 37));
+      d->SetValue(String(std::string_view("Ratio")), 0.5);
+      d->SetValue(String(std::string_view("Locked")), false);
+      d->SetValue(String(std::string_view("Modified")), std::make_shared<Date>(2018, 6, 1, 9, 5, 7, 0.0));
+      d->SetValue(String(std::string_view("Tint")), Color{static_cast<uint32_t>(i)});
+      root->SetValue(String(std::string_view(items[i].key)), d);
     }
     benchmark::DoNotOptimize(root);
   }

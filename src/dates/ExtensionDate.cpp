@@ -40,25 +40,34 @@ int64_t Number(std::string_view field) {
   return TruncateToInt64(Val(String(field)));
 }
 
-}  // namespace
-
-DateRef GMTTimeStampToLocalDateZRN(const String& stamp) {
-  if (Len(stamp) == 0) return nullptr;
-  const Date reference;  // now, in the local zone: it gives the zone's offset
-  // Stamps come as UTF-8; text with another tag is read as UTF-8 first, as NthField does.
-  const String utf8 = stamp.Encoding() == nullptr || stamp.Encoding() == Encodings::UTF8()
-                          ? stamp
-                          : ConvertEncoding(stamp, Encodings::UTF8());
-  const std::string_view datePart = Field(utf8.Bytes(), 'T', 1);
-  const std::string_view timePart = Field(utf8.Bytes(), 'T', 2);
+// The moment the stamp names, shown in the zone `offsetHours` from GMT.
+DateRef StampDate(std::string_view stamp, double offsetHours) {
+  const std::string_view datePart = Field(stamp, 'T', 1);
+  const std::string_view timePart = Field(stamp, 'T', 2);
   // All six fields at once: a Date normalises after every single assignment, so setting
   // them one by one could carry over through the present day (day 31 set while the
   // month is still a 30-day month).
   auto result = std::make_shared<Date>(Number(Field(datePart, '-', 1)), Number(Field(datePart, '-', 2)),
                                        Number(Field(datePart, '-', 3)), Number(Field(timePart, ':', 1)),
                                        Number(Field(timePart, ':', 2)), Number(Field(timePart, ':', 3)), 0.0);
-  result->SetGMTOffset(reference.GMTOffset());
+  result->SetGMTOffset(offsetHours);
   return result;
+}
+
+}  // namespace
+
+DateRef GMTTimeStampToLocalDateZRN(const String& stamp) {
+  if (Len(stamp) == 0) return nullptr;
+  const double offset = Date().GMTOffset();  // now, in the local zone
+  // Stamps come as UTF-8; text with another tag is read as UTF-8 first, as NthField does.
+  if (stamp.Encoding() == nullptr || stamp.Encoding() == Encodings::UTF8()) {
+    return StampDate(stamp.Bytes(), offset);
+  }
+  return StampDate(ConvertEncoding(stamp, Encodings::UTF8()).Bytes(), offset);
+}
+
+DateRef GMTTimeStampToDate(std::string_view utf8Stamp, double offsetHours) {
+  return utf8Stamp.empty() ? nullptr : StampDate(utf8Stamp, offsetHours);
 }
 
 String LocalDateToGMTTimeStampZRN(const DateRef& date) {

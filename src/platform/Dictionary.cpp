@@ -30,7 +30,10 @@ size_t Dictionary::FindString(const String& key) const {
     const auto it = stringIndex_.find(CaseFolded(key));
     return it == stringIndex_.end() ? kMissing : it->second;
   }
-  const bool ascii = IsAsciiKey(key);
+  return ScanString(key, IsAsciiKey(key));
+}
+
+size_t Dictionary::ScanString(const String& key, bool ascii) const {
   for (size_t i = 0; i < entries_.size(); ++i) {
     const String* other = entries_[i].first.Get<String>();
     if (other == nullptr) continue;
@@ -63,24 +66,26 @@ Variant Dictionary::Value(const Variant& key) const {
 
 void Dictionary::SetValue(Variant key, Variant value) {
   const String* text = key.Get<String>();
-  // With an index, the key is folded once for the lookup and the insertion.
+  // Up to the threshold the keys are scanned; past it the index is used, and the key is
+  // folded once for the lookup and the insertion.
+  const bool scanned = entries_.size() <= kIndexThreshold;
+  const bool ascii = text != nullptr && scanned && IsAsciiKey(*text);
   std::string folded;
+  if (text != nullptr && entries_.size() >= kIndexThreshold) folded = CaseFolded(*text);
   size_t i;
-  if (text != nullptr && entries_.size() >= kIndexThreshold) {
-    folded = CaseFolded(*text);
+  if (text == nullptr) {
+    i = Find(key);
+  } else if (scanned) {
+    i = ScanString(*text, ascii);
+  } else {
     const auto it = stringIndex_.find(folded);
     i = it == stringIndex_.end() ? kMissing : it->second;
-    if (entries_.size() == kIndexThreshold) i = FindString(*text);  // no index yet
-  } else {
-    i = Find(key);
   }
   if (i != kMissing) {
     entries_[i].second = std::move(value);
     return;
   }
-  if (entries_.size() < kIndexThreshold && text != nullptr && IsAsciiKey(*text)) {
-    asciiKeys_ |= uint32_t{1} << entries_.size();
-  }
+  if (entries_.size() < kIndexThreshold && ascii) asciiKeys_ |= uint32_t{1} << entries_.size();
   entries_.emplace_back(std::move(key), std::move(value));
   if (entries_.size() == kIndexThreshold + 1) {
     for (size_t k = 0; k + 1 < entries_.size(); ++k) {

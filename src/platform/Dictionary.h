@@ -42,6 +42,8 @@ class Dictionary : public Object {
   static constexpr size_t kIndexThreshold = 16;
   size_t Find(const Variant& key) const;
   size_t FindString(const String& key) const;
+  // The entry whose String key equals `key`, by a scan; `ascii` says IsAsciiKey(key).
+  size_t ScanString(const String& key, bool ascii) const;
 
   std::vector<std::pair<Variant, Variant>> entries_;
   // Bit i: whether entry i's key is a String of ASCII bytes only, for the entries a scan

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -136,7 +137,14 @@ class Decoder {
   Variant Container(const XmlNode& node, bool isArray);
   Variant DictionaryOf(const XmlNode& node);
   Variant ArrayOf(const XmlNode& node);
+  // The local zone's offset at the first time stamp, shown by every stamp of the document:
+  // one moment for all, so a change of offset while decoding cannot split them.
+  double LocalOffset() {
+    if (!localOffset_) localOffset_ = Date().GMTOffset();
+    return *localOffset_;
+  }
 
+  std::optional<double> localOffset_;
   int depth_ = 0;
   bool tooDeep_ = false;
 };
@@ -150,13 +158,13 @@ Variant Decoder::Value(const XmlNode& node, std::string_view datatype) {
     case Row::kUnknown: return Variant();
     case Row::kString: return UrlDecodedText(node.FirstChildValueView());
     case Row::kUntyped: return String(node.FirstChildValueView());
+    case Row::kTimeStamp: return ExtensionDate::GMTTimeStampToDate(node.FirstChildValueView(), LocalOffset());
     default: break;
   }
   const String text(node.FirstChildValueView());
   switch (row) {
     case Row::kBoolean: return GlobalMethods::CBool(Variant(text));
     case Row::kColor: return ColorOf(text);
-    case Row::kTimeStamp: return ExtensionDate::GMTTimeStampToLocalDateZRN(text);
     case Row::kDouble: return Val(text);
     case Row::kInteger: return TruncateToInt64(Val(text));
     case Row::kPicture: return BinaryStringtoPicture(DecodingFromURL(text));
@@ -228,6 +236,7 @@ DictionaryRef AsDictionaryFromXMLStringZRN(const String& text) {
   const XmlNode root = XMLData::CreateFromString(text, false)->GetNode("");
   if (!root) return nullptr;
   auto dict = std::make_shared<Dictionary>();
+  dict->Reserve(root.ChildCount());
   Decoder decoder;
   for (XmlNode child = root.FirstChild(); child; child = std::move(child).NextSibling()) {
     Variant value = decoder.Value(child);
