@@ -102,6 +102,7 @@ BENCHMARK(BM_DecodeConfig)->Unit(benchmark::kMillisecond);
 
 void BM_BuildValuesOnly(benchmark::State& state) {
   using namespace grantwright;
+  using namespace std::string_view_literals;
   // The texts each record's values are made from, ready before timing starts: the loop
   // makes only what a decoder must make, each String from bytes that already exist.
   struct Texts {
@@ -119,19 +120,17 @@ void BM_BuildValuesOnly(benchmark::State& state) {
     for (size_t i = 0; i < items.size(); ++i) {
       auto d = std::make_shared<Dictionary>();
       d->Reserve(11);
-      d->SetValue(String(std::string_view("UnixFilePath")), String(std::string_view(items[i].path)));
-      d->SetValue(String(std::string_view("Owner")), String(std::string_view(items[i].owner)));
-      d->SetValue(String(std::string_view("Group")), String(std::string_view("staff")));
-      d->SetValue(String(std::string_view("PermsOwner")),
-                  NewArray<Variant>({String(std::string_view("read")), String(std::string_view("write")),
-                                     String(std::string_view("execute"))}));
-      d->SetValue(String(std::string_view("PermsGroup")), NewArray<Variant>({String(std::string_view("read"))}));
-      d->SetValue(String(std::string_view("Size")), static_cast<int64_t>(i * 37));
-      d->SetValue(String(std::string_view("Ratio")), 0.5);
-      d->SetValue(String(std::string_view("Locked")), false);
-      d->SetValue(String(std::string_view("Modified")), std::make_shared<Date>(2018, 6, 1, 9, 5, 7, 0.0));
-      d->SetValue(String(std::string_view("Tint")), Color{static_cast<uint32_t>(i)});
-      root->SetValue(String(std::string_view(items[i].key)), d);
+      d->SetValue(String("UnixFilePath"sv), String(items[i].path));
+      d->SetValue(String("Owner"sv), String(items[i].owner));
+      d->SetValue(String("Group"sv), String("staff"sv));
+      d->SetValue(String("PermsOwner"sv), NewArray<Variant>({String("read"sv), String("write"sv), String("execute"sv)}));
+      d->SetValue(String("PermsGroup"sv), NewArray<Variant>({String("read"sv)}));
+      d->SetValue(String("Size"sv), static_cast<int64_t>(i * 37));
+      d->SetValue(String("Ratio"sv), 0.5);
+      d->SetValue(String("Locked"sv), false);
+      d->SetValue(String("Modified"sv), std::make_shared<Date>(2018, 6, 1, 9, 5, 7, 0.0));
+      d->SetValue(String("Tint"sv), Color{static_cast<uint32_t>(i)});
+      root->SetValue(String(items[i].key), d);
     }
     benchmark::DoNotOptimize(root);
   }
