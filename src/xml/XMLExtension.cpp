@@ -87,7 +87,7 @@ String UrlDecodedText(std::string_view text) {
   if (!Encodings::UTF8()->IsValidData(bytes)) {
     return UniversalExtension::EnsureUTF8EncodingZRN(String(std::move(bytes), nullptr));
   }
-  std::erase(bytes, '\0');
+  if (bytes.find('\0') != std::string::npos) std::erase(bytes, '\0');
   return String(std::move(bytes), Encodings::UTF8());
 }
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "platform/Dictionary.h"
 #include "platform/UrlCoding.h"
@@ -61,6 +62,24 @@ TEST(UrlCoding, RoundTripsEveryByteAndSetStringUsesIt) {
   XMLExtension::SetString(root, "Raw", "a<b", false);
   EXPECT_TRUE(Identical(root.ToString(), "<config><Path>a%20b%2B%2F~</Path><Raw>a&lt;b</Raw></config>"));
   EXPECT_TRUE(Identical(DecodingFromURL("%41%4a+%zz%4"), "AJ+%zz%4"));
+}
+
+// The decoder looks for escapes 64 bytes at a time: each escape, whole or broken, reads the
+// same at every offset, across the edge of a block and next to the end of the text.
+TEST(UrlCoding, EscapesReadTheSameAtEveryOffset) {
+  const std::pair<std::string, std::string> fragments[] = {
+      {"%41", "A"}, {"%4a", "J"}, {"%00", std::string(1, '\0')}, {"%FF", "\xFF"}, {"%", "%"},
+      {"%4", "%4"}, {"%4G", "%4G"}, {"%zz", "%zz"}, {"%%41", "%A"}, {"%41%42", "AB"},
+  };
+  for (const auto& [fragment, decoded] : fragments) {
+    for (size_t before = 0; before <= 70; ++before) {
+      for (size_t after = 0; after <= 9; ++after) {
+        const std::string head(before, 'x'), tail(after, 'q');
+        EXPECT_EQ(DecodedURLBytes(head + fragment + tail), head + decoded + tail)
+            << fragment << " after " << before << " bytes, before " << after;
+      }
+    }
+  }
 }
 
 }  // namespace
