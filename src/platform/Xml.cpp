@@ -2,8 +2,9 @@
 
 #include <pugixml.hpp>
 
-#include <cstdint>
+#include <algorithm>
 #include <cctype>
+#include <cstdint>
 #include <cstring>
 
 #include "platform/BinaryStream.h"
@@ -360,6 +361,96 @@ void FailOnInvalidUtf8(XmlTree& tree, std::string_view text) {
   Fail(tree, XmlDocument::kInvalidUtf8, "Invalid UTF-8 byte sequence" + Position(text, bad));
 }
 
+// Whether `code` is a code point that a character reference may stand for here: a Unicode
+// scalar value other than NUL.
+bool IsReferable(uint32_t code) { return code != 0 && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF); }
+
+// Checks the character references in text[from, to) of element content or an attribute
+// value, read as pugixml reads them: "&#" then decimal digits, or "x" and hex digits, then
+// ";". Anything else after "&#" stays text.
+void CheckReferences(XmlTree& tree, std::string_view text, size_t from, size_t to) {
+  for (size_t amp = text.find('&', from); amp < to; amp = text.find('&', amp + 1)) {
+    size_t i = amp + 1;
+    if (i >= to || text[i] != '#') continue;
+    const bool hex = ++i < to && text[i] == 'x';
+    if (hex) ++i;
+    const size_t digits = i;
+    uint32_t code = 0;
+    for (; i < to; ++i) {
+      const char c = text[i];
+      int digit = c >= '0' && c <= '9' ? c - '0' : -1;
+      if (hex && digit < 0 && ((c | 0x20) >= 'a' && (c | 0x20) <= 'f')) digit = (c | 0x20) - 'a' + 10;
+      if (digit < 0) break;
+      // Past U+10FFFF the number is no character whatever its further digits.
+      code = std::min<uint32_t>(code * (hex ? 16 : 10) + static_cast<uint32_t>(digit), 0x110000);
+    }
+    if (i == digits || i >= to || text[i] != ';') continue;
+    if (!IsReferable(code)) {
+      Fail(tree, XmlDocument::kBadCharacterReference,
+           "Character reference to no character" + Position(text, amp));
+    }
+  }
+}
+
+// pugixml turns a numeric character reference into the UTF-8 form of its number whatever
+// the number is. References stand in element content and attribute values only, so the
+// walk skips comments, CDATA sections and processing instructions and, inside tags, reads
+// quoted values alone. The text has parsed, so every construct is closed.
+void FailOnBadCharacterReference(XmlTree& tree, std::string_view text) {
+  if (text.find("&#") == std::string_view::npos) return;
+  size_t pos = 0;
+  while (pos < text.size()) {
+    const size_t open = std::min(text.find('<', pos), text.size());
+    CheckReferences(tree, text, pos, open);
+    if (open == text.size()) return;
+    const std::string_view rest = text.substr(open);
+    std::string_view start, close;
+    if (rest.starts_with("<!--")) {
+      start = "<!--", close = "-->";
+    } else if (rest.starts_with("<![CDATA[")) {
+      start = "<![CDATA[", close = "]]>";
+    } else if (rest.starts_with("<?")) {
+      start = "<?", close = "?>";
+    }
+    if (!close.empty()) {
+      const size_t end = text.find(close, open + start.size());
+      if (end == std::string_view::npos) return;
+      pos = end + close.size();
+      continue;
+    }
+    size_t i = open + 1;
+    while (i < text.size() && text[i] != '>') {
+      if (text[i] == '"' || text[i] == '\'') {
+        const size_t quote = std::min(text.find(text[i], i + 1), text.size());
+        CheckReferences(tree, text, i + 1, quote);
+        i = quote + 1;
+      } else {
+        ++i;
+      }
+    }
+    pos = i + 1;
+  }
+}
+
+// The same check on a tree that pugixml read from another encoding, whose text as read is
+// not at hand: a bad reference shows as a value that is not UTF-8. (A NUL cannot be told
+// there; it has already cut its text short.)
+void FailOnNonUtf8Values(XmlTree& tree) {
+  for (pugi::xml_node node = tree.doc.first_child(); node;) {
+    bool valid = utf8::IsValid(node.value());
+    for (pugi::xml_attribute a = node.first_attribute(); a && valid; a = a.next_attribute()) {
+      valid = utf8::IsValid(a.value());
+    }
+    if (!valid) Fail(tree, XmlDocument::kBadCharacterReference, "Character reference to no character");
+    if (node.first_child()) {
+      node = node.first_child();
+      continue;
+    }
+    while (node && !node.next_sibling()) node = node.parent();
+    if (node) node = node.next_sibling();
+  }
+}
+
 }  // namespace
 
 void XmlDocument::LoadXml(const String& text) {
@@ -376,6 +467,7 @@ void XmlDocument::LoadXml(const String& text) {
   FailOnParse(*tree, tree->doc.load_buffer(bytes.data(), bytes.size(), kParseOptions, pugi::encoding_utf8),
               bytes);
   FailOnDocumentType(*tree);
+  FailOnBadCharacterReference(*tree, bytes);
 }
 
 void XmlDocument::LoadXml(const FolderItemRef& file) {
@@ -402,6 +494,11 @@ void XmlDocument::LoadXml(const FolderItemRef& file) {
   FailOnParse(*tree, result, asRead ? std::string_view(bytes) : std::string_view());
   if (asRead) FailOnInvalidUtf8(*tree, bytes);
   FailOnDocumentType(*tree);
+  if (asRead) {
+    FailOnBadCharacterReference(*tree, bytes);
+  } else {
+    FailOnNonUtf8Values(*tree);
+  }
 }
 
 XmlNode XmlDocument::CreateElement(const String& name) {

@@ -19,6 +19,11 @@
 //   own ("#cdata-section").
 // - Text is read as UTF-8. Bytes that are not well-formed UTF-8 make the document
 //   unreadable (error number kInvalidUtf8), since its encoding is not what it claims.
+// - A character reference to no character (&#0;, a surrogate, a number past U+10FFFF)
+//   makes the document unreadable (error number kBadCharacterReference): it would give
+//   text that is not UTF-8, or cut the text short at a NUL. References to other code
+//   points that XML text may not hold, such as control characters, are read: pugixml
+//   writes such characters as references itself.
 // - The parser is pugixml's, with its leniency: content after the root element and a
 //   second root element are accepted. Its walks are iterative, so nesting depth is limited
 //   by memory only.
@@ -165,6 +170,8 @@ class XmlDocument : public XmlNode {
   static constexpr int kInvalidUtf8 = 100;
   // Error number of a document that holds a document type declaration.
   static constexpr int kDocumentTypeRefused = 101;
+  // Error number of a document with a character reference to no character.
+  static constexpr int kBadCharacterReference = 102;
 
   // An empty document.
   XmlDocument();

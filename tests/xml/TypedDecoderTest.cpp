@@ -141,6 +141,10 @@ TEST(TypedDecoder, BadDocumentsGiveNilAndALogLine) {
       {R"(<!DOCTYPE r [<!ENTITY a "aa"><!ENTITY b "&a;&a;&a;&a;&a;&a;&a;&a;">]>)"
        R"(<r><x datatype="String">&b;</x></r>)", {parseFailed + "101"}},
       {R"(<!DOCTYPE r [<!ENTITY e SYSTEM "file:///etc/passwd">]><r><x>&e;</x></r>)", {parseFailed + "101"}},
+      // References to no character: text that is not UTF-8, or cut short at a NUL.
+      {"<r><Group>x&#55555;y</Group></r>", {parseFailed + "102"}},
+      {"<r><Group datatype=\"String\">&#x110000;</Group></r>", {parseFailed + "102"}},
+      {"<r><Group datatype='Str&#0;ing'>x</Group></r>", {parseFailed + "102"}},
   };
   for (const auto& c : cases) {
     const LogCapture log;

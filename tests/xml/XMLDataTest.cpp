@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "platform/TextEncoding.h"
+#include "platform/Xml.h"
 #include "support/TestSupport.h"
 #include "xml/XMLData.h"
 
@@ -40,6 +41,32 @@ TEST(XMLData, FactoriesReportBadXmlAndNeverGiveNil) {
                                  XMLData::CreateFromString(utf16, false)}) {
     EXPECT_TRUE(Identical(data->GetRawString("", ""), "\xC3\xA9"));
   }
+}
+
+// A character reference is refused only where it would be read, and only when it names no
+// character; references pugixml's own writer makes (control characters) are read.
+TEST(XMLData, CharacterReferencesToNoCharacterAreRefused) {
+  const TempDir dir;
+  const LogCapture log;
+  for (const char* bad : {"<r>&#0;</r>", "<r>&#xD800;</r>", "<r>&#xdfff;</r>", "<r>&#1114112;</r>",
+                          "<r>&#99999999999999999999;</r>", "<r a=\"&#xD800;\"/>", "<r><a b='>' c='&#0;'/></r>", "<r a='<!--' b='&#0;'/>",
+                          "<r><!-- -->&#0;</r>"}) {
+    XmlDocument doc;
+    EXPECT_THROW(doc.LoadXml(String(bad)), XmlException) << bad;
+    EXPECT_EQ(doc.LastError(), XmlDocument::kBadCharacterReference) << bad;
+  }
+  const XMLDataRef kept = XMLData::CreateFromString(
+      "<r><!-- &#0; --><?pi &#0;?><a><![CDATA[&#0;]]></a><b>&#1;&#xFFFE;&#x10FFFF;&#65</b><c>&#x;&#12a;</c></r>",
+      false);
+  EXPECT_TRUE(Identical(kept->GetRawString("a", ""), "&#0;"));
+  EXPECT_TRUE(Identical(kept->GetRawString("b", ""), "\x01\xEF\xBF\xBE\xF4\x8F\xBF\xBF&#65"));
+  EXPECT_TRUE(Identical(kept->GetRawString("c", ""), "&#x;&#12a;"));
+  // A file read from UTF-16 is checked on what the references gave.
+  const std::string utf16("<\0r\0>\0&\0#\0x\0D\0""8\0""0\0""0\0;\0<\0/\0r\0>\0", 30);
+  XmlDocument doc;
+  EXPECT_THROW(doc.LoadXml(PathToFolderItem(dir.Write("16.xml", utf16))), XmlException);
+  EXPECT_EQ(doc.LastError(), XmlDocument::kBadCharacterReference);
+  EXPECT_EQ(log.lines().size(), 0u);
 }
 
 TEST(XMLData, GettersConvertWhatTheKeyFinds) {
