@@ -16,26 +16,6 @@ bool IsUnreserved(unsigned char c) {
          c == '-' || c == '_' || c == '.' || c == '~';
 }
 
-}  // namespace
-
-String EncodingToURL(const String& text) {
-  static constexpr char kHex[] = "0123456789ABCDEF";
-  std::string out;
-  out.reserve(text.LenB() * 3);
-  for (unsigned char c : text.Bytes()) {
-    if (IsUnreserved(c)) {
-      out.push_back(static_cast<char>(c));
-    } else {
-      out.push_back('%');
-      out.push_back(kHex[c >> 4]);
-      out.push_back(kHex[c & 0xF]);
-    }
-  }
-  return String(std::move(out), Encodings::UTF8());
-}
-
-namespace {
-
 // Bit i set for each byte i of the 64 at `p` that is a '%'.
 uint64_t PercentMarks(const char* p) {
   constexpr uint64_t kLow7 = 0x7F7F7F7F7F7F7F7FULL;
@@ -54,6 +34,22 @@ uint64_t PercentMarks(const char* p) {
 }
 
 }  // namespace
+
+String EncodingToURL(const String& text) {
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  std::string out;
+  out.reserve(text.LenB() * 3);
+  for (unsigned char c : text.Bytes()) {
+    if (IsUnreserved(c)) {
+      out.push_back(static_cast<char>(c));
+    } else {
+      out.push_back('%');
+      out.push_back(kHex[c >> 4]);
+      out.push_back(kHex[c & 0xF]);
+    }
+  }
+  return String(std::move(out), Encodings::UTF8());
+}
 
 std::string DecodedURLBytes(std::string_view in) {
   static constexpr auto kHex = [] {

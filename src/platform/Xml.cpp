@@ -363,13 +363,17 @@ void FailOnInvalidUtf8(XmlTree& tree, std::string_view text) {
 
 // Whether `code` is a code point that a character reference may stand for here: a Unicode
 // scalar value other than NUL.
-bool IsReferable(uint32_t code) { return code != 0 && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF); }
+bool IsReferable(uint32_t code) {
+  return code != 0 && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
+}
 
 // Checks the character references in text[from, to) of element content or an attribute
 // value, read as pugixml reads them: "&#" then decimal digits, or "x" and hex digits, then
 // ";". Anything else after "&#" stays text.
 void CheckReferences(XmlTree& tree, std::string_view text, size_t from, size_t to) {
-  for (size_t amp = text.find('&', from); amp < to; amp = text.find('&', amp + 1)) {
+  // Searches end at `to`: a walk over many short ranges stays linear in the text.
+  const std::string_view range = text.substr(0, to);
+  for (size_t amp = range.find('&', from); amp != std::string_view::npos; amp = range.find('&', amp + 1)) {
     size_t i = amp + 1;
     if (i >= to || text[i] != '#') continue;
     const bool hex = ++i < to && text[i] == 'x';

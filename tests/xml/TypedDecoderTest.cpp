@@ -145,6 +145,8 @@ TEST(TypedDecoder, BadDocumentsGiveNilAndALogLine) {
       {"<r><Group>x&#55555;y</Group></r>", {parseFailed + "102"}},
       {"<r><Group datatype=\"String\">&#x110000;</Group></r>", {parseFailed + "102"}},
       {"<r><Group datatype='Str&#0;ing'>x</Group></r>", {parseFailed + "102"}},
+      // ...also behind many elements, whose ranges are each looked at once.
+      {"<r>" + Repeat("<a b='1'>x</a>", 200000) + "<c>&#0;</c></r>", {parseFailed + "102"}},
   };
   for (const auto& c : cases) {
     const LogCapture log;

@@ -49,8 +49,8 @@ TEST(XMLData, CharacterReferencesToNoCharacterAreRefused) {
   const TempDir dir;
   const LogCapture log;
   for (const char* bad : {"<r>&#0;</r>", "<r>&#xD800;</r>", "<r>&#xdfff;</r>", "<r>&#1114112;</r>",
-                          "<r>&#99999999999999999999;</r>", "<r a=\"&#xD800;\"/>", "<r><a b='>' c='&#0;'/></r>", "<r a='<!--' b='&#0;'/>",
-                          "<r><!-- -->&#0;</r>"}) {
+                          "<r>&#99999999999999999999;</r>", "<r a=\"&#xD800;\"/>",
+                          "<r><a b='>' c='&#0;'/></r>", "<r a='<!--' b='&#0;'/>", "<r><!-- -->&#0;</r>"}) {
     XmlDocument doc;
     EXPECT_THROW(doc.LoadXml(String(bad)), XmlException) << bad;
     EXPECT_EQ(doc.LastError(), XmlDocument::kBadCharacterReference) << bad;
