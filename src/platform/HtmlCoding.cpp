@@ -1,5 +1,6 @@
 #include "platform/HtmlCoding.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <string_view>
@@ -44,9 +45,20 @@ int32_t Named(std::string_view name) {
 
 // The code point of "#233" or "#xE9"; -1 when the text is no such number.
 int32_t Numeric(std::string_view body) {
+  const int32_t number = NumericReference(body);
+  if (number < 0) return -1;
+  return NamesCharacter(number) ? number : static_cast<int32_t>(kReplacement);
+}
+
+// References longer than this are no references ("&#x0000000041;" still is one).
+constexpr size_t kLongestReference = 32;
+
+}  // namespace
+
+int32_t NumericReference(std::string_view body) {
   const bool hex = body.size() > 1 && (body[1] == 'x' || body[1] == 'X');
   const size_t start = hex ? 2 : 1;
-  if (body.size() <= start) return -1;
+  if (body.size() <= start || body[0] != '#') return -1;
   uint32_t value = 0;
   for (size_t i = start; i < body.size(); ++i) {
     const char c = body[i];
@@ -59,16 +71,14 @@ int32_t Numeric(std::string_view body) {
       return -1;
     }
     // Anything past the Unicode range is out of range however long it goes on.
-    value = value > 0x10FFFF ? value : value * (hex ? 16 : 10) + digit;
+    value = std::min<uint32_t>(value * (hex ? 16 : 10) + digit, 0x110000);
   }
-  const bool usable = value != 0 && value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF);
-  return usable ? static_cast<int32_t>(value) : static_cast<int32_t>(kReplacement);
+  return static_cast<int32_t>(value);
 }
 
-// References longer than this are no references ("&#x0000000041;" still is one).
-constexpr size_t kLongestReference = 32;
-
-}  // namespace
+bool NamesCharacter(int32_t number) {
+  return number > 0 && number <= 0x10FFFF && (number < 0xD800 || number > 0xDFFF);
+}
 
 String DecodingFromHTML(const String& text) {
   const String utf8 = ConvertEncoding(text, Encodings::UTF8());

@@ -11,10 +11,20 @@
 // Anything else, unknown names and references without ";" included, stays as written.
 // The result is tagged UTF-8.
 
+#include <cstdint>
+#include <string_view>
+
 #include "platform/String.h"
 
 namespace grantwright {
 
 String DecodingFromHTML(const String& text);
+
+// The number that the body of a numeric character reference writes ("#233", "#xE9" or
+// "#XE9": the text between "&" and ";"), held at 0x110000 once past the Unicode range;
+// -1 when the body is no such number.
+int32_t NumericReference(std::string_view body);
+// Whether a reference to `number` names a character: a Unicode scalar value other than 0.
+bool NamesCharacter(int32_t number);
 
 }  // namespace grantwright

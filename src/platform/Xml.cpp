@@ -9,6 +9,7 @@
 
 #include "platform/BinaryStream.h"
 #include "platform/Exceptions.h"
+#include "platform/HtmlCoding.h"
 #include "platform/TextEncoding.h"
 #include "platform/Utf8.h"
 
@@ -361,12 +362,6 @@ void FailOnInvalidUtf8(XmlTree& tree, std::string_view text) {
   Fail(tree, XmlDocument::kInvalidUtf8, "Invalid UTF-8 byte sequence" + Position(text, bad));
 }
 
-// Whether `code` is a code point that a character reference may stand for here: a Unicode
-// scalar value other than NUL.
-bool IsReferable(uint32_t code) {
-  return code != 0 && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
-}
-
 // Checks the character references in text[from, to) of element content or an attribute
 // value, read as pugixml reads them: "&#" then decimal digits, or "x" and hex digits, then
 // ";". Anything else after "&#" stays text.
@@ -374,22 +369,12 @@ void CheckReferences(XmlTree& tree, std::string_view text, size_t from, size_t t
   // Searches end at `to`: a walk over many short ranges stays linear in the text.
   const std::string_view range = text.substr(0, to);
   for (size_t amp = range.find('&', from); amp != std::string_view::npos; amp = range.find('&', amp + 1)) {
-    size_t i = amp + 1;
-    if (i >= to || text[i] != '#') continue;
-    const bool hex = ++i < to && text[i] == 'x';
-    if (hex) ++i;
-    const size_t digits = i;
-    uint32_t code = 0;
-    for (; i < to; ++i) {
-      const char c = text[i];
-      int digit = c >= '0' && c <= '9' ? c - '0' : -1;
-      if (hex && digit < 0 && ((c | 0x20) >= 'a' && (c | 0x20) <= 'f')) digit = (c | 0x20) - 'a' + 10;
-      if (digit < 0) break;
-      // Past U+10FFFF the number is no character whatever its further digits.
-      code = std::min<uint32_t>(code * (hex ? 16 : 10) + static_cast<uint32_t>(digit), 0x110000);
-    }
-    if (i == digits || i >= to || text[i] != ';') continue;
-    if (!IsReferable(code)) {
+    if (amp + 1 == to || text[amp + 1] != '#') continue;
+    const bool hex = amp + 2 < to && text[amp + 2] == 'x';  // pugixml takes no "X"
+    const size_t end = range.find_first_not_of(hex ? "0123456789abcdefABCDEF" : "0123456789", amp + (hex ? 3 : 2));
+    if (end == std::string_view::npos || text[end] != ';') continue;
+    const int32_t number = NumericReference(text.substr(amp + 1, end - amp - 1));
+    if (number >= 0 && !NamesCharacter(number)) {
       Fail(tree, XmlDocument::kBadCharacterReference,
            "Character reference to no character" + Position(text, amp));
     }
