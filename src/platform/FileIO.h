@@ -21,4 +21,9 @@ bool WriteAll(int fd, std::string_view bytes);
 bool ReplaceFile(const std::string& path, const std::string& temporary, std::string_view bytes,
                  mode_t mode);
 
+// The same inside the open folder `folder` (any descriptor of it, O_PATH too): `name` and
+// `temporary` are names in that folder, and the folder flushed is the one `folder` holds.
+bool ReplaceFileAt(int folder, const std::string& name, const std::string& temporary,
+                   std::string_view bytes, mode_t mode);
+
 }  // namespace grantwright
