@@ -9,6 +9,8 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
+#include <stdexcept>
 
 #include "prefs/PrefsTestSupport.h"
 
@@ -79,16 +81,25 @@ struct Job {
   std::string file, config;
 };
 
+// What an attack needs: the user nobody, a job, and a decoy folder of root's (mode 0755,
+// empty) that the attacker would like root to change.
+struct Scene {
+  Scene() : job(dir), decoy(dir / "decoy") {
+    if (::mkdir(decoy.c_str(), 0755) != 0) throw std::runtime_error("cannot make " + decoy);
+  }
+  const Nobody nobody = FindNobody();
+  TempDir dir;
+  const Job job;
+  const std::string decoy;
+};
+
 // The helper as root never follows another user into a folder, and never reads or writes
 // a file through a link: each case costs the run a log line, never its job, and leaves
 // the decoy and the secret untouched and unread.
 TEST(HostileStore, LinksAndOddFilesAreNeitherFollowedNorRead) {
   GRANTWRIGHT_REQUIRE_ROOT();
-  const Nobody nobody = FindNobody();
-  TempDir dir;
-  const Job job(dir);
-  const std::string decoy = dir / "decoy";
-  ASSERT_EQ(::mkdir(decoy.c_str(), 0755), 0);
+  const Scene scene;
+  const auto& [nobody, dir, job, decoy] = scene;
   const std::string secret = dir.Write("secret.plist",
                                        "<plist><dict><key>NSApplicationShowExceptions</key>"
                                        "<false/><key>Secret</key><true/></dict></plist>");
@@ -176,11 +187,8 @@ TEST(HostileStore, LinksAndOddFilesAreNeitherFollowedNorRead) {
 // and the decoy sees nothing.
 TEST(HostileStore, AFolderSwappedForALinkNeverLeadsElsewhere) {
   GRANTWRIGHT_REQUIRE_ROOT();
-  const Nobody nobody = FindNobody();
-  TempDir dir;
-  const Job job(dir);
-  const std::string decoy = dir / "decoy";
-  ASSERT_EQ(::mkdir(decoy.c_str(), 0755), 0);
+  const Scene scene;
+  const auto& [nobody, dir, job, decoy] = scene;
   const Watch watch({decoy});
   const std::string home = dir / "home", shared = dir / "shared";
   ASSERT_EQ(::mkdir(home.c_str(), 0755), 0);
