@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
+#include <tuple>
 #include <vector>
 
 #include "platform/FileIO.h"
@@ -115,19 +116,36 @@ void Pause(std::chrono::microseconds length) {
   }
 }
 
-// Takes the lock on `fd` within kLockWait. flock itself waits without limit, so the lock is
-// tried and tried again; the pauses stay short, so that a writer that waits gets its turn
-// among others that take the lock again and again.
-bool Lock(int fd, const Location& location) {
-  const auto deadline = std::chrono::steady_clock::now() + kLockWait;
+// What tells one version of the file from the next: every replacement is a new file.
+std::tuple<ino_t, time_t, long> VersionOf(const OwnedFolder& folder, const Location& location) {
+  struct stat st {};
+  if (::fstatat(folder.Descriptor(), location.name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
+    return {};
+  }
+  return {st.st_ino, st.st_ctim.tv_sec, st.st_ctim.tv_nsec};
+}
+
+// Takes the lock on `fd`, waiting as kLockWait says. flock itself waits without limit, so
+// the lock is tried again and again; the pauses stay short, so that a writer that waits
+// gets its turn among others that take the lock again and again.
+bool Lock(int fd, const OwnedFolder& folder, const Location& location) {
+  const auto start = std::chrono::steady_clock::now();
+  auto deadline = start + kLockWait;
+  auto version = VersionOf(folder, location);
   std::chrono::microseconds pause{50};
   for (;;) {
     if (::flock(fd, LOCK_EX | LOCK_NB) == 0) return true;
     if (errno == EINTR) continue;
     if (errno != EWOULDBLOCK) return false;
-    if (std::chrono::steady_clock::now() >= deadline) {
-      Log("Preference file is locked by another process, change not written: ", location);
-      return false;
+    const auto now = std::chrono::steady_clock::now();
+    if (now >= deadline) {
+      const auto latest = VersionOf(folder, location);
+      if (latest == version || now >= start + kLockWaitInAll) {
+        Log("Preference file is locked by another process, change not written: ", location);
+        return false;
+      }
+      version = latest;
+      deadline = now + kLockWait;
     }
     Pause(pause);
     pause = std::min(pause * 2, std::chrono::microseconds{1000});
@@ -185,7 +203,7 @@ WriteLock::WriteLock(const OwnedFolder& folder, const Location& location) {
                  O_RDONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
   if (fd_ < 0) return;
   struct stat st;
-  if (::fstat(fd_, &st) == 0 && S_ISREG(st.st_mode) && Lock(fd_, location)) return;
+  if (::fstat(fd_, &st) == 0 && S_ISREG(st.st_mode) && Lock(fd_, folder, location)) return;
   ::close(fd_);
   fd_ = -1;
 }

@@ -41,12 +41,14 @@ namespace grantwright::PreferenceFiles {
 // file can make a run of the helper slow or large.
 inline constexpr size_t kMaxFileSize = 16u << 20;
 
-// How long a writer waits for the lock before it gives up its write. A writer holds the
-// lock for one read, one write and two flushes to disk of a file of a few kilobytes:
-// milliseconds, even with dozens of writers queued ahead. Two seconds is far beyond that
-// and still short enough that a lock held by a stuck or hostile process delays a run of
-// the helper by a moment, never stalls it; the job runs either way.
+// How long a writer waits for the lock. A writer holds it for one read, one write and two
+// flushes to disk of a file of a few kilobytes: milliseconds. So a writer waits as long as
+// other writers keep finishing (each replaces the file), and gives up once kLockWait has
+// passed in which none did, or after kLockWaitInAll in any case. A queue of writers,
+// however long, gets through; a process that holds the lock and writes nothing (stuck, or
+// hostile) delays a run by two seconds, never stalls it. The job runs either way.
 inline constexpr std::chrono::milliseconds kLockWait{2000};
+inline constexpr std::chrono::milliseconds kLockWaitInAll{30000};
 
 struct Location {
   std::string folder;  // the folder that holds the file
@@ -70,13 +72,14 @@ enum class ReadResult {
              // file is no regular file, left alone: <path>", "Preference file is larger
              // than 16777216 bytes, left alone: <path>")
 };
+
 // Reads the file of `location` in the open `folder` whole, without a lock.
 ReadResult Read(const OwnedFolder& folder, const Location& location, std::string& bytes);
 
 // An exclusive lock on the lock file beside the file at `location`, held for the object's
-// lifetime. It waits up to kLockWait for the lock; when another process holds it longer,
-// "Preference file is locked by another process, change not written: <path>" goes to the
-// system log and the lock is not held.
+// lifetime. It waits for the lock as kLockWait says; when it gives up, "Preference file is
+// locked by another process, change not written: <path>" goes to the system log and the
+// lock is not held.
 class WriteLock {
  public:
   WriteLock(const OwnedFolder& folder, const Location& location);

@@ -17,8 +17,8 @@
 //
 // Synchronize, with changes pending: creates the folder (mode 0700) when needed, reads
 // the file and applies the pending sets and removals; only when the result differs from
-// the file (PropertyList::SameContent) it takes the domain's write lock (waiting at most
-// PreferenceFiles::kLockWait), rereads the file, applies the changes again and writes
+// the file (PropertyList::SameContent) it takes the domain's write lock (waiting as
+// PreferenceFiles::kLockWait says), rereads the file, applies the changes again and writes
 // it anew (mode 0600) with an all-or-nothing replacement. So a flush that changes
 // nothing takes no lock and writes nothing. True when the file now holds the changes,
 // false when any step failed (the changes then stay pending). With nothing pending: true
