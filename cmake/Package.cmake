@@ -43,23 +43,24 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME grantwright)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS bash-completion)
+# The first line is the synopsis; CPack indents the others and marks the empty one.
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "restore a file's owner, group, mode and access control list
- grantwright-helper applies a typed XML configuration to one file: its owner,
- group and mode, or its POSIX access control list. A parent program starts it,
- usually as root, and reads one line and an exit status back.
- .
- grantwright captures a file's rights into such a configuration and explains
- what a configuration holds.")
+grantwright-helper applies a typed XML configuration to one file: its owner,
+group and mode, or its POSIX access control list. A parent program starts it,
+usually as root, and reads one line and an exit status back.
+
+grantwright captures a file's rights into such a configuration and explains
+what a configuration holds.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME grantwright-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "library for programs that restore files' access rights
- The static library beneath grantwright-helper: permission records captured
- from files and written as typed XML configurations, persistent file
- references, the typed XML reader and the preference store. A parent program
- builds against it with find_package(Grantwright) or pkg-config and starts the
- installed helper.")
+The static library beneath grantwright-helper: permission records captured
+from files and written as typed XML configurations, persistent file
+references, the typed XML reader and the preference store. A parent program
+builds against it with find_package(Grantwright) or pkg-config and starts the
+installed helper.")
 find_program(DPKG_QUERY dpkg-query)
 if(DPKG_QUERY)
   set(dev_depends)
