@@ -38,27 +38,6 @@ void Drain(int fd) {
 
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v'; }
 
-// The first three ':'-separated fields of an answer's first line as an entry.
-std::optional<Entry> ParseAnswer(std::string_view answer) {
-  answer = answer.substr(0, answer.find('\n'));
-  const size_t first = answer.find(':');
-  if (first == 0 || first == std::string_view::npos) return std::nullopt;
-  const size_t second = answer.find(':', first + 1);
-  if (second == std::string_view::npos) return std::nullopt;
-  const size_t third = answer.find(':', second + 1);
-  if (third == std::string_view::npos) return std::nullopt;
-  const std::string_view digits = answer.substr(second + 1, third - second - 1);
-  if (digits.empty() || digits.size() > 10) return std::nullopt;
-  uint64_t id = 0;
-  for (const char c : digits) {
-    if (c < '0' || c > '9') return std::nullopt;
-    id = id * 10 + static_cast<uint64_t>(c - '0');
-  }
-  // All bits set is "no id" to chown and friends.
-  if (id >= UINT32_MAX) return std::nullopt;
-  return Entry{std::string(answer.substr(0, first)), static_cast<uint32_t>(id)};
-}
-
 // Starts `program` with `argv`, no environment, and its standard output on the write end
 // of a pipe whose read end goes to `readEnd`. The child's pid, or -1.
 pid_t Start(const char* program, char* const argv[], int& readEnd) {
@@ -96,6 +75,25 @@ pid_t Start(const char* program, char* const argv[], int& readEnd) {
 }
 
 }  // namespace
+
+std::optional<Entry> EntryOf(std::string_view answer) {
+  answer = answer.substr(0, answer.find('\n'));
+  const size_t first = answer.find(':');
+  if (first == 0 || first == std::string_view::npos) return std::nullopt;
+  const size_t second = answer.find(':', first + 1);
+  if (second == std::string_view::npos) return std::nullopt;
+  const size_t third = answer.find(':', second + 1);
+  if (third == std::string_view::npos) return std::nullopt;
+  const std::string_view digits = answer.substr(second + 1, third - second - 1);
+  if (digits.empty() || digits.size() > 10) return std::nullopt;
+  uint64_t id = 0;
+  for (const char c : digits) {
+    if (c < '0' || c > '9') return std::nullopt;
+    id = id * 10 + static_cast<uint64_t>(c - '0');
+  }
+  if (id >= UINT32_MAX) return std::nullopt;
+  return Entry{std::string(answer.substr(0, first)), static_cast<uint32_t>(id)};
+}
 
 bool NamesOtherSources(std::string_view text, std::string_view database) {
   bool others = false;
@@ -150,7 +148,7 @@ std::optional<Entry> Ask(std::string_view database, const std::string& key, cons
     if (errno != EINTR) return std::nullopt;
   }
   if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) return std::nullopt;
-  return ParseAnswer(answer);
+  return EntryOf(answer);
 }
 
 std::optional<Entry> LookUpBeyondFiles(std::string_view database, const std::string& key,

@@ -52,13 +52,17 @@ struct Entry {
 // the files alone: false.
 bool NamesOtherSources(std::string_view nsswitchText, std::string_view database);
 
+// The entry an answer of getent gives: its first line is "name:password:id:..." for both
+// databases. Nothing unless the name is not empty and the id is 1 to 10 decimal digits
+// below 4294967295 (all bits set means "no id" to chown) followed by ":".
+std::optional<Entry> EntryOf(std::string_view answer);
+
 // The entry that `getent` (a program taking getent's arguments) gives for `key` in
 // `database`. A key of decimal digits is an id to getent, anything else a name. Nothing
 // when the key is empty or holds a NUL, ":" or a line end (no entry of either database
 // can be named so), when the program cannot be started, when it ends with a status other
-// than 0 or by a signal, and when the first line of its answer is not "name:x:id:..."
-// with a non-empty name and a decimal id below 4294967295 within kMaxAnswerBytes. The
-// rest of a longer answer (a group's long member list) is read and dropped.
+// than 0 or by a signal, and when the first kMaxAnswerBytes of its answer give no
+// EntryOf. The rest of a longer answer (a group's long member list) is read and dropped.
 std::optional<Entry> Ask(std::string_view database, const std::string& key, const char* getent = kGetent);
 
 // The entry for `key` from the sources beyond the files: Ask when the nsswitch.conf at
