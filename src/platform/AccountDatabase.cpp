@@ -76,6 +76,17 @@ pid_t Start(const char* program, char* const argv[], int& readEnd) {
 
 }  // namespace
 
+std::optional<uint32_t> IdOf(std::string_view digits) {
+  if (digits.empty() || digits.size() > 10) return std::nullopt;
+  uint64_t id = 0;
+  for (const char c : digits) {
+    if (c < '0' || c > '9') return std::nullopt;
+    id = id * 10 + static_cast<uint64_t>(c - '0');
+  }
+  if (id >= UINT32_MAX) return std::nullopt;
+  return static_cast<uint32_t>(id);
+}
+
 std::optional<Entry> EntryOf(std::string_view answer) {
   answer = answer.substr(0, answer.find('\n'));
   const size_t first = answer.find(':');
@@ -84,15 +95,9 @@ std::optional<Entry> EntryOf(std::string_view answer) {
   if (second == std::string_view::npos) return std::nullopt;
   const size_t third = answer.find(':', second + 1);
   if (third == std::string_view::npos) return std::nullopt;
-  const std::string_view digits = answer.substr(second + 1, third - second - 1);
-  if (digits.empty() || digits.size() > 10) return std::nullopt;
-  uint64_t id = 0;
-  for (const char c : digits) {
-    if (c < '0' || c > '9') return std::nullopt;
-    id = id * 10 + static_cast<uint64_t>(c - '0');
-  }
-  if (id >= UINT32_MAX) return std::nullopt;
-  return Entry{std::string(answer.substr(0, first)), static_cast<uint32_t>(id)};
+  const std::optional<uint32_t> id = IdOf(answer.substr(second + 1, third - second - 1));
+  if (!id) return std::nullopt;
+  return Entry{std::string(answer.substr(0, first)), *id};
 }
 
 bool NamesOtherSources(std::string_view text, std::string_view database) {

@@ -52,9 +52,12 @@ struct Entry {
 // the files alone: false.
 bool NamesOtherSources(std::string_view nsswitchText, std::string_view database);
 
+// The id a text of 1 to 10 decimal digits stands for, when it is below 4294967295 (all
+// bits set means "no id" to chown); nothing for any other text.
+std::optional<uint32_t> IdOf(std::string_view digits);
+
 // The entry an answer of getent gives: its first line is "name:password:id:..." for both
-// databases. Nothing unless the name is not empty and the id is 1 to 10 decimal digits
-// below 4294967295 (all bits set means "no id" to chown) followed by ":".
+// databases. Nothing unless the name is not empty and the id (followed by ":") has IdOf.
 std::optional<Entry> EntryOf(std::string_view answer);
 
 // The entry that `getent` (a program taking getent's arguments) gives for `key` in

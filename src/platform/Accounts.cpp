@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,25 +18,12 @@ namespace grantwright {
 
 namespace {
 
-constexpr uint64_t kNoId = static_cast<uint32_t>(-1);
-
 // A static executable has no program interpreter, so the kernel reports none. Its lookups
 // are confined to the files, and what they miss is asked of the other sources apart.
 bool IsStatic() { return ::getauxval(AT_BASE) == 0; }
 
 bool IsDecimal(const std::string& text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-}
-
-// The id that a text of decimal digits stands for, or kNoId.
-uint64_t DecimalId(const std::string& text) {
-  if (text.empty() || text.size() > 10) return kNoId;
-  uint64_t value = 0;
-  for (const char c : text) {
-    if (c < '0' || c > '9') return kNoId;
-    value = value * 10 + static_cast<uint64_t>(c - '0');
-  }
-  return value < kNoId ? value : kNoId;
 }
 
 // Looks `name` up with a getpwnam_r-style function, growing the buffer as it asks.
@@ -67,9 +55,9 @@ int LookUp(const String& name, std::string_view database, Lookup lookup, Id Entr
       return 0;
     }
   }
-  const uint64_t numeric = DecimalId(text);
-  if (numeric == kNoId) return EINVAL;
-  id = static_cast<Id>(numeric);
+  const std::optional<uint32_t> numeric = AccountDatabase::IdOf(text);
+  if (!numeric) return EINVAL;
+  id = static_cast<Id>(*numeric);
   return 0;
 }
 
