@@ -7,8 +7,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <regex>
-#include <sstream>
+#include <fstream>
 
 #include "permissions/TraditionalPermissionsZRN.h"
 #include "platform/UrlCoding.h"
@@ -176,7 +175,7 @@ struct Trace {
   std::vector<std::string> executed;
   int started = 0;
   std::vector<std::string> opened;
-  bool staticHelper = true;  // no shared library was opened
+  bool staticHelper = true;  // the helper itself opened no shared library
 };
 
 // The trace of a helper run with `args`, or why there is none (for a skip).
@@ -188,18 +187,23 @@ std::string TraceHelper(const std::vector<std::string>& args, ProcessResult& res
                                 "-e", "trace=execve,fork,vfork,clone,clone3,open,openat,openat2", HelperPath()};
   argv.insert(argv.end(), args.begin(), args.end());
   result = Run(argv);
-  std::istringstream log(Run({"/bin/cat", dir / "log"}).out);
-  // "<pid> <call>(<first argument>...": resumed halves of a call start with "<...".
-  const std::regex call(R"re(^\d+ +(\w+)\((?:AT_FDCWD, )?(?:"([^"]*)")?)re");
-  std::smatch m;
+  std::ifstream log(dir / "log");
+  std::string helperPid;  // the first line's
   for (std::string line; std::getline(log, line);) {
-    if (!std::regex_search(line, m, call)) continue;
-    const std::string name = m[1];
+    // "<pid> <call>(<arguments>": a resumed half of a call reads "<pid> <... call resumed>".
+    const std::string pid = line.substr(0, line.find(' '));
+    if (helperPid.empty()) helperPid = pid;
+    const size_t nameAt = line.find_first_not_of("0123456789 ");
+    const size_t open = line.find('(', nameAt);
+    if (nameAt == std::string::npos || open == std::string::npos || line[nameAt] == '<') continue;
+    const std::string name = line.substr(nameAt, open - nameAt);
+    const size_t quote = line.find('"', open);
+    const std::string path = quote == std::string::npos ? "" : line.substr(quote + 1, line.find('"', quote + 1) - quote - 1);
     if (name == "execve") {
-      trace.executed.push_back(m[2]);
+      trace.executed.push_back(path);
     } else if (name.rfind("open", 0) == 0) {
-      trace.opened.push_back(m[2]);
-      if (m[2].str().find(".so") != std::string::npos) trace.staticHelper = false;
+      trace.opened.push_back(path);
+      if (pid == helperPid && path.find(".so") != std::string::npos) trace.staticHelper = false;
     } else {
       ++trace.started;
     }
