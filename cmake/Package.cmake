@@ -16,13 +16,11 @@ add_custom_command(OUTPUT ${PROJECT_BINARY_DIR}/packaging/changelog.gz
   COMMAND ${GZIP} -9nf -k ${PROJECT_BINARY_DIR}/packaging/changelog
   DEPENDS ${PROJECT_BINARY_DIR}/packaging/changelog VERBATIM)
 add_custom_target(debian_changelog ALL DEPENDS ${PROJECT_BINARY_DIR}/packaging/changelog.gz)
-foreach(pair IN ITEMS runtime:grantwright development:grantwright-dev)
-  string(REPLACE ":" ";" pair ${pair})
-  list(GET pair 0 component)
-  list(GET pair 1 package)
-  install(FILES packaging/debian/copyright ${PROJECT_BINARY_DIR}/packaging/changelog.gz
-    DESTINATION ${GRANTWRIGHT_DOC_DIR}/${package} COMPONENT ${component} EXCLUDE_FROM_ALL)
-endforeach()
+set(GRANTWRIGHT_DEBIAN_DOCS packaging/debian/copyright ${PROJECT_BINARY_DIR}/packaging/changelog.gz)
+install(FILES ${GRANTWRIGHT_DEBIAN_DOCS} DESTINATION ${GRANTWRIGHT_DOC_DIR}/grantwright
+  COMPONENT runtime EXCLUDE_FROM_ALL)
+install(FILES ${GRANTWRIGHT_DEBIAN_DOCS} DESTINATION ${GRANTWRIGHT_DOC_DIR}/grantwright-dev
+  COMPONENT development EXCLUDE_FROM_ALL)
 install(FILES packaging/debian/lintian-overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides
   RENAME grantwright COMPONENT runtime EXCLUDE_FROM_ALL)
 
@@ -64,7 +62,7 @@ installed helper.")
 find_program(DPKG_QUERY dpkg-query)
 if(DPKG_QUERY)
   set(dev_depends)
-  foreach(archive IN ITEMS ${PUGIXML_STATIC} ${ACL_STATIC} ${UTF8PROC_STATIC} ${STB_STATIC})
+  foreach(archive IN LISTS GRANTWRIGHT_DEPENDENCY_ARCHIVES)
     execute_process(COMMAND ${DPKG_QUERY} -S ${archive} OUTPUT_VARIABLE owner
       RESULT_VARIABLE failed ERROR_QUIET OUTPUT_STRIP_TRAILING_WHITESPACE)
     if(NOT failed AND owner MATCHES "^([a-z0-9.+-]+)(:[a-z0-9]+)?: ")

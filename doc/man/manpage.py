@@ -224,10 +224,10 @@ def render_block(kind, body, readme):
     return [".PP"] + [line(text) for text in body]
 
 
-def from_readme(readme, include):
-    """The block an include names: the n-th of its kind under its heading."""
+def from_readme(blocks, include):
+    """The block an include names in the README's blocks: the n-th of its kind under its
+    heading."""
     wanted = include.group("heading")
-    blocks = split_blocks(readme, "README.md")
     start = None
     for index, (kind, body) in enumerate(blocks):
         if kind == "heading" and HEADING.match(body[0]).group("text") == wanted:
@@ -255,6 +255,7 @@ def convert(page, readme, version, date, defines):
         return defines[match.group(1)]
 
     page = [re.sub(r"@([A-Z_]+)@", define, text.rstrip("\n")) for text in page]
+    readme = split_blocks(readme, "README.md")
     title = TITLE.match(page[0]) if page else None
     if not title:
         raise PageError("the first line must be \"# name(section) -- what it does\"")
