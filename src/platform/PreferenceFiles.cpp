@@ -165,7 +165,8 @@ bool Locate(std::string_view domain, bool anyUser, bool currentHost, Location& o
   out.name = std::string(domain);
   if (currentHost) {
     out.folder += "/ByHost";
-    out.name += "." + HostName();
+    out.name += '.';
+    out.name += HostName();
   }
   out.name += ".plist";
   out.path = out.folder + "/" + out.name;
