@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "cli/Commands.h"
+#include "global/GlobalMethods.h"
+#include "global/Startup.h"
 #include "platform/Exceptions.h"
 #include "platform/Log.h"
-#include "tool/GlobalMethods.h"
-#include "tool/Startup.h"
 
 namespace {
 

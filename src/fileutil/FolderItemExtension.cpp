@@ -1,9 +1,9 @@
 #include "fileutil/FolderItemExtension.h"
 
 #include "convert/UniversalExtension.h"
+#include "global/GlobalMethods.h"
 #include "platform/Exceptions.h"
 #include "platform/Log.h"
-#include "tool/GlobalMethods.h"
 
 namespace grantwright::FolderItemExtension {
 

@@ -1,12 +1,12 @@
 #include "tool/App.h"
 
 #include "fileutil/FolderItemExtension.h"
+#include "global/GlobalMethods.h"
 #include "permissions/TraditionalPermissionsZRN.h"
 #include "platform/Acl.h"
 #include "platform/Exceptions.h"
 #include "platform/FolderItem.h"
 #include "prefs/CorePreferences.h"
-#include "tool/GlobalMethods.h"
 #include "xml/XMLExtension.h"
 
 namespace grantwright {

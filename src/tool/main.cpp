@@ -12,11 +12,11 @@
 #include <string>
 #include <vector>
 
+#include "global/GlobalMethods.h"
 #include "platform/Accounts.h"
 #include "platform/Exceptions.h"
 #include "platform/Log.h"
 #include "tool/App.h"
-#include "tool/GlobalMethods.h"
 
 namespace {
 

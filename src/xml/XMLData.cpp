@@ -1,12 +1,12 @@
 #include "xml/XMLData.h"
 
 #include "convert/UniversalExtension.h"
+#include "global/GlobalMethods.h"
 #include "platform/Exceptions.h"
 #include "platform/HtmlCoding.h"
 #include "platform/Log.h"
 #include "platform/TextEncoding.h"
 #include "platform/UrlCoding.h"
-#include "tool/GlobalMethods.h"
 
 namespace grantwright {
 

@@ -9,13 +9,13 @@
 
 #include "convert/UniversalExtension.h"
 #include "dates/ExtensionDate.h"
+#include "global/GlobalMethods.h"
 #include "platform/Exceptions.h"
 #include "platform/Log.h"
 #include "platform/Picture.h"
 #include "platform/TextEncoding.h"
 #include "platform/UrlCoding.h"
 #include "platform/Utf8.h"
-#include "tool/GlobalMethods.h"
 #include "xml/XMLData.h"
 
 namespace grantwright::XMLExtension {
