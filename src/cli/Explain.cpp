@@ -1,18 +1,15 @@
-#include <unistd.h>
-
 #include <cinttypes>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "cli/Commands.h"
+#include "config/ConfigurationFile.h"
 #include "permissions/TraditionalPermissionsZRN.h"
 #include "platform/Base64.h"
 #include "platform/Date.h"
-#include "platform/FileIO.h"
 #include "platform/Log.h"
 #include "platform/MemoryBlock.h"
 #include "platform/Picture.h"
-#include "tool/App.h"
 
 namespace grantwright::Commands {
 
@@ -101,12 +98,12 @@ ordered_json DescribeRecord(const TraditionalPermissionsZRN& record) {
 
 int Explain(const std::string& configPath) {
   const DictionaryRef config =
-      App::ReadConfiguration(String(configPath), [](const String& line) { MsgBox(line); });
+      ConfigurationFile::Read(String(configPath), [](const String& line) { MsgBox(line); });
   if (!config) return 1;
-  const TraditionalPermissionsZRN record(config);
-  const ordered_json out{{"configuration", DescribeDictionary(*config)}, {"record", DescribeRecord(record)}};
-  const std::string text = out.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
-  return WriteAll(STDOUT_FILENO, text) ? 0 : 1;
+  const ordered_json out{{"configuration", DescribeDictionary(*config)}, {"record", DescribeRecord(TraditionalPermissionsZRN(config))}};
+  const std::string text =
+      out.dump(2, ' ', /*ensure_ascii=*/false, ordered_json::error_handler_t::replace) + "\n";
+  return WriteStandardOutput(text) == 0 ? 0 : 1;
 }
 
 }  // namespace grantwright::Commands

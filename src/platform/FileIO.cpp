@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 
 namespace grantwright {
 
@@ -49,5 +50,12 @@ bool ReplaceFile(const std::string& path, const std::string& temporary, std::str
   }
   return SyncFolderOf(path);
 }
+
+int ReplaceFileBeside(const std::string& path, std::string_view bytes, mode_t mode) {
+  const std::string temporary = path + ".grantwright-" + std::to_string(::getpid());
+  return ReplaceFile(path, temporary, bytes, mode) ? 0 : errno;
+}
+
+std::string ErrorText(int errorNumber) { return std::strerror(errorNumber); }
 
 }  // namespace grantwright

@@ -21,4 +21,12 @@ bool WriteAll(int fd, std::string_view bytes);
 bool ReplaceFile(const std::string& path, const std::string& temporary, std::string_view bytes,
                  mode_t mode);
 
+// ReplaceFile with a temporary file of its own beside `path` (the name with
+// ".grantwright-" and the process id added). 0, or the errno of the step that failed.
+int ReplaceFileBeside(const std::string& path, std::string_view bytes, mode_t mode);
+
+// The system's description of the error number `errorNumber` ("No such file or
+// directory").
+std::string ErrorText(int errorNumber);
+
 }  // namespace grantwright
