@@ -37,8 +37,8 @@ int Capture(const std::string& file, const std::string& output) {
   if (const int error = ReplaceFileBeside(target->NativePath(), xml.Bytes(), 0600); error != 0) {
     return Fail("cannot write " + output + ": " + ErrorText(error));
   }
-  MsgBox(String("Captured ") + FolderItemExtension::PathZRN(item, /*abbreviateHome=*/true) + " into " +
-         FolderItemExtension::PathZRN(target, /*abbreviateHome=*/true));
+  MsgBox(String("Captured ") + FolderItemExtension::PathZRN(item, /*abbreviateHome=*/true) +
+         " into " + FolderItemExtension::PathZRN(target, /*abbreviateHome=*/true));
   return 0;
 }
 

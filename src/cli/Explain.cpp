@@ -91,7 +91,8 @@ ordered_json DescribeRecord(const DictionaryRef& config) {
   try {
     built.emplace(config);
   } catch (const std::exception& e) {
-    return ordered_json{{"error", UnhandledExceptionLine(e)}, {"status", kUnhandledExceptionStatus}};
+    return ordered_json{{"error", UnhandledExceptionLine(e)},
+                        {"status", kUnhandledExceptionStatus}};
   }
   const TraditionalPermissionsZRN& record = *built;
   char mode[8];
@@ -111,7 +112,8 @@ int Explain(const std::string& configPath) {
   const DictionaryRef config =
       ConfigurationFile::Read(String(configPath), [](const String& line) { MsgBox(line); });
   if (!config) return 1;
-  const ordered_json out{{"configuration", DescribeDictionary(*config)}, {"record", DescribeRecord(config)}};
+  const ordered_json out{{"configuration", DescribeDictionary(*config)},
+                         {"record", DescribeRecord(config)}};
   const std::string text =
       out.dump(2, ' ', /*ensure_ascii=*/false, ordered_json::error_handler_t::replace) + "\n";
   return WriteStandardOutput(text) == 0 ? 0 : 1;

@@ -13,9 +13,10 @@ DictionaryRef Read(const String& configPath, const std::function<void(const Stri
     return nullptr;
   }
   String text;
-  if (!FolderItemExtension::ReadContentsSmartZRN(configFile, text, /*overrideEncoding=*/nullptr,
-                                                 /*showErrorDialog=*/false,
-                                                 /*replaceLineEndings=*/false, /*forceUTF8=*/true)) {
+  const bool read = FolderItemExtension::ReadContentsSmartZRN(
+      configFile, text, /*overrideEncoding=*/nullptr, /*showErrorDialog=*/false,
+      /*replaceLineEndings=*/false, /*forceUTF8=*/true);
+  if (!read) {
     report("Failed to read config file!");
     return nullptr;
   }

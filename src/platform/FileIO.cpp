@@ -21,6 +21,8 @@ bool WriteAll(int fd, std::string_view bytes) {
   return true;
 }
 
+void CloseReadDescriptor(int fd) { (void)::close(fd); }
+
 namespace {
 
 bool SyncFolderOf(const std::string& path) {
@@ -29,7 +31,7 @@ bool SyncFolderOf(const std::string& path) {
   const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fd < 0) return false;
   const bool synced = ::fsync(fd) == 0;
-  ::close(fd);
+  CloseReadDescriptor(fd);
   return synced;
 }
 
@@ -44,7 +46,9 @@ bool ReplaceFile(const std::string& path, const std::string& temporary, std::str
   written = (::close(fd) == 0) && written;
   if (!written || ::rename(temporary.c_str(), path.c_str()) != 0) {
     const int error = errno;
-    ::unlink(temporary.c_str());
+    // The write has failed already and `error` says why; a temporary that cannot be
+    // removed either changes nothing about that.
+    (void)::unlink(temporary.c_str());
     errno = error;
     return false;
   }

@@ -356,7 +356,7 @@ void XmlDocument::LoadXml(const FolderItemRef& file) {
   Adopt(tree);
   BinaryStreamRef stream;
   try {
-    stream = BinaryStream::Open(file, false);
+    stream = BinaryStream::Open(file, /*readWrite=*/false);
   } catch (const IOException& e) {
     Fail(*tree, pugi::status_file_not_found, "File could not be opened: " + e.Message());
   }

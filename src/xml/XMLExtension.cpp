@@ -233,7 +233,7 @@ Variant Decoder::ArrayOf(const XmlNode& node) {
 
 DictionaryRef AsDictionaryFromXMLStringZRN(const String& text) {
   if (text.IsEmpty()) return nullptr;
-  const XmlNode root = XMLData::CreateFromString(text, false)->GetNode("");
+  const XmlNode root = XMLData::CreateFromString(text, /*showDialog=*/false)->GetNode("");
   if (!root) return nullptr;
   auto dict = std::make_shared<Dictionary>();
   dict->Reserve(root.ChildCount());
@@ -348,7 +348,7 @@ String AsXMLStringFromDictionaryZRN(const DictionaryRef& dict, const String& roo
   for (const auto& [key, value] : dict->Entries()) {
     ToXMLFromDictionaryZRN_AppendValue(root, key.StringValue(), value);
   }
-  return String("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n") + root.ToString(true);
+  return String("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n") + root.ToString(/*indented=*/true);
 }
 
 }  // namespace grantwright::XMLExtension
