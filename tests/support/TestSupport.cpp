@@ -218,30 +218,44 @@ LogCapture::~LogCapture() { SetLogSink(std::move(previous_)); }
 
 bool IsRoot() { return ::geteuid() == 0; }
 
+namespace {
+
+// `tag` and then `text`, appended. Written as `"i" + std::to_string(...)`, the text would be
+// a temporary that the tag is inserted in front of, for which GCC 12 at -O3 reports a
+// memcpy that may overlap (-Wrestrict): falsely, but it stops a build with -Werror.
+std::string Tagged(std::string_view tag, std::string_view text) {
+  std::string out(tag);
+  return out.append(text);
+}
+
+}  // namespace
+
 std::string Describe(const Variant& v) {
   std::string out;
   switch (v.Type()) {
     case Variant::kNil: return "nil";
     case Variant::kBoolean: return v.BooleanValue() ? "true" : "false";
     case Variant::kInt32:
-    case Variant::kInt64: return "i" + std::to_string(v.Int64Value());
+    case Variant::kInt64: return Tagged("i", std::to_string(v.Int64Value()));
     case Variant::kDouble: return "d" + Str(v.DoubleValue()).Bytes();
     case Variant::kSingle: return "f" + Str(v.DoubleValue()).Bytes();
-    case Variant::kColor: return "c" + std::to_string(v.ColorValue().value);
+    case Variant::kColor: return Tagged("c", std::to_string(v.ColorValue().value));
     case Variant::kString: {
       const String& s = *v.Get<String>();
       return (s.Encoding() == Encodings::UTF8() ? "'" : "untagged'") + s.Bytes() + "'";
     }
     case Variant::kDate: {
       const double unix = v.ObjectAs<Date>()->MomentSeconds() - Date::kUnixEpochIn1904;
-      return "t" + std::to_string(static_cast<int64_t>(std::floor(unix)));
+      return Tagged("t", std::to_string(static_cast<int64_t>(std::floor(unix))));
     }
     case Variant::kArray:
-      for (size_t i = 0; i < v.ArraySize(); ++i) out += (i ? "," : "") + Describe(v.ArrayElement(i));
+      for (size_t i = 0; i < v.ArraySize(); ++i) {
+        out.append(i ? "," : "").append(Describe(v.ArrayElement(i)));
+      }
       return "[" + out + "]";
   }
   if (const auto picture = v.ObjectAs<Picture>()) {
-    return "pic" + std::to_string(picture->Width()) + "x" + std::to_string(picture->Height());
+    return Tagged("pic", std::to_string(picture->Width())) + "x" + std::to_string(picture->Height());
   }
   if (const auto block = v.ObjectAs<MemoryBlock>()) return "m" + block->Bytes();
   const auto dict = v.ObjectAs<Dictionary>();
