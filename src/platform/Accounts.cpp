@@ -8,29 +8,27 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "platform/AccountDatabase.h"
 
 namespace grantwright {
 
 namespace {
 
-constexpr uint64_t kNoId = static_cast<uint32_t>(-1);
+// A static executable has no program interpreter, so the kernel reports none. Its lookups
+// are confined to the files, and what they miss is asked of the other sources apart.
+bool IsStatic() { return ::getauxval(AT_BASE) == 0; }
 
-// The id that a text of decimal digits stands for, or kNoId.
-uint64_t DecimalId(const std::string& text) {
-  if (text.empty() || text.size() > 10) return kNoId;
-  uint64_t value = 0;
-  for (const char c : text) {
-    if (c < '0' || c > '9') return kNoId;
-    value = value * 10 + static_cast<uint64_t>(c - '0');
-  }
-  return value < kNoId ? value : kNoId;
+bool IsDecimal(const std::string& text) {
+  return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
 // Looks `name` up with a getpwnam_r-style function, growing the buffer as it asks.
 template <class Entry, class Id, class Lookup>
-int LookUp(const String& name, Lookup lookup, Id Entry::*idField, Id& id) {
+int LookUp(const String& name, std::string_view database, Lookup lookup, Id Entry::*idField, Id& id) {
   const std::string text = name.Utf8();
   if (text.empty() || text.find('\0') != std::string::npos) return EINVAL;
   const long suggested = ::sysconf(_SC_GETPW_R_SIZE_MAX);
@@ -50,15 +48,22 @@ int LookUp(const String& name, Lookup lookup, Id Entry::*idField, Id& id) {
   if (error != 0 && error != ENOENT && error != ESRCH && error != EBADF && error != EPERM) {
     return error;
   }
-  const uint64_t numeric = DecimalId(text);
-  if (numeric == kNoId) return EINVAL;
-  id = static_cast<Id>(numeric);
+  // getent takes a key of digits for an id, so such a name can only be the id itself.
+  if (IsStatic() && !IsDecimal(text)) {
+    if (const auto entry = AccountDatabase::LookUpBeyondFiles(database, text)) {
+      id = static_cast<Id>(entry->id);
+      return 0;
+    }
+  }
+  const std::optional<uint32_t> numeric = AccountDatabase::IdOf(text);
+  if (!numeric) return EINVAL;
+  id = static_cast<Id>(*numeric);
   return 0;
 }
 
 // The name a getpwuid_r-style function gives for `id`, or the id in decimal.
 template <class Entry, class Id, class Lookup>
-String NameOf(Id id, Lookup lookup, char* Entry::*nameField) {
+String NameOf(Id id, std::string_view database, Lookup lookup, char* Entry::*nameField) {
   std::vector<char> buffer(1024);
   Entry entry;
   Entry* found = nullptr;
@@ -67,26 +72,30 @@ String NameOf(Id id, Lookup lookup, char* Entry::*nameField) {
     buffer.resize(buffer.size() * 2);
   }
   if (found != nullptr && entry.*nameField != nullptr) return String(std::string(entry.*nameField));
-  return Str(static_cast<int64_t>(id));
+  const std::string decimal = std::to_string(id);
+  if (IsStatic()) {
+    const auto other = AccountDatabase::LookUpBeyondFiles(database, decimal);
+    if (other && other->id == id) return String(other->name);
+  }
+  return String(decimal);
 }
 
 }  // namespace
 
-String UserName(uid_t id) { return NameOf<passwd>(id, ::getpwuid_r, &passwd::pw_name); }
+String UserName(uid_t id) { return NameOf<passwd>(id, AccountDatabase::kUsers, ::getpwuid_r, &passwd::pw_name); }
 
-String GroupName(gid_t id) { return NameOf<group>(id, ::getgrgid_r, &group::gr_name); }
+String GroupName(gid_t id) { return NameOf<group>(id, AccountDatabase::kGroups, ::getgrgid_r, &group::gr_name); }
 
 int LookUpUserId(const String& name, uid_t& id) {
-  return LookUp<passwd>(name, ::getpwnam_r, &passwd::pw_uid, id);
+  return LookUp<passwd>(name, AccountDatabase::kUsers, ::getpwnam_r, &passwd::pw_uid, id);
 }
 
 int LookUpGroupId(const String& name, gid_t& id) {
-  return LookUp<group>(name, ::getgrnam_r, &group::gr_gid, id);
+  return LookUp<group>(name, AccountDatabase::kGroups, ::getgrnam_r, &group::gr_gid, id);
 }
 
 void ConfineAccountLookupsWhenStatic() {
-  // A static executable has no program interpreter, so the kernel reports none.
-  if (::getauxval(AT_BASE) != 0) return;
+  if (!IsStatic()) return;
   ::__nss_configure_lookup("passwd", "files");
   ::__nss_configure_lookup("group", "files");
 }

@@ -25,34 +25,50 @@ void CloseReadDescriptor(int fd) { (void)::close(fd); }
 
 namespace {
 
-bool SyncFolderOf(const std::string& path) {
-  const size_t slash = path.rfind('/');
-  const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
-  const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+// Flushes the folder `path` names relative to `at`.
+bool SyncFolder(int at, const char* path) {
+  const int fd = ::openat(at, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fd < 0) return false;
   const bool synced = ::fsync(fd) == 0;
   CloseReadDescriptor(fd);
   return synced;
 }
 
-}  // namespace
-
-bool ReplaceFile(const std::string& path, const std::string& temporary, std::string_view bytes,
-                 mode_t mode) {
-  const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
+// Writes `temporary` and renames it over `name`, both relative to `at`.
+bool WriteAndRename(int at, const char* name, const char* temporary, std::string_view bytes,
+                    mode_t mode) {
+  const int fd =
+      ::openat(at, temporary, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
   if (fd < 0) return false;
   // fchmod: the mode must not depend on the process's umask.
   bool written = ::fchmod(fd, mode) == 0 && WriteAll(fd, bytes) && ::fsync(fd) == 0;
   written = (::close(fd) == 0) && written;
-  if (!written || ::rename(temporary.c_str(), path.c_str()) != 0) {
+  if (!written || ::renameat(at, temporary, at, name) != 0) {
     const int error = errno;
     // The write has failed already and `error` says why; a temporary that cannot be
     // removed either changes nothing about that.
-    (void)::unlink(temporary.c_str());
+    (void)::unlinkat(at, temporary, 0);
     errno = error;
     return false;
   }
-  return SyncFolderOf(path);
+  return true;
+}
+
+}  // namespace
+
+bool ReplaceFile(const std::string& path, const std::string& temporary, std::string_view bytes,
+                 mode_t mode) {
+  if (!WriteAndRename(AT_FDCWD, path.c_str(), temporary.c_str(), bytes, mode)) return false;
+  const size_t slash = path.rfind('/');
+  const std::string folder =
+      slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+  return SyncFolder(AT_FDCWD, folder.c_str());
+}
+
+bool ReplaceFileAt(int folder, const std::string& name, const std::string& temporary,
+                   std::string_view bytes, mode_t mode) {
+  return WriteAndRename(folder, name.c_str(), temporary.c_str(), bytes, mode) &&
+         SyncFolder(folder, ".");
 }
 
 int ReplaceFileBeside(const std::string& path, std::string_view bytes, mode_t mode) {

@@ -21,6 +21,11 @@ bool WriteAll(int fd, std::string_view bytes);
 bool ReplaceFile(const std::string& path, const std::string& temporary, std::string_view bytes,
                  mode_t mode);
 
+// The same inside the open folder `folder` (any descriptor of it, O_PATH too): `name` and
+// `temporary` are names in that folder, and the folder flushed is the one `folder` holds.
+bool ReplaceFileAt(int folder, const std::string& name, const std::string& temporary,
+                   std::string_view bytes, mode_t mode);
+
 // Closes a descriptor that was only read through, or only named an item. Nothing written
 // can be lost, and Linux frees the descriptor even when close reports an error, so its
 // result calls for nothing: there is nothing to retry or report.

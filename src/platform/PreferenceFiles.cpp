@@ -1,25 +1,26 @@
 #include "platform/PreferenceFiles.h"
 
-
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <ctime>
+#include <tuple>
 #include <vector>
 
 #include "platform/FileIO.h"
+#include "platform/Log.h"
 
 namespace grantwright::PreferenceFiles {
 
 namespace {
 
 constexpr const char* kSubfolder = "/grantwright/preferences";
-// A preference file is small; anything beyond this is no preference file.
-constexpr size_t kMaxFileSize = 64u << 20;
 
 std::string_view AbsoluteVariable(const char* name) {
   const char* value = std::getenv(name);
@@ -66,16 +67,89 @@ std::string HostName() {
   return host;
 }
 
-bool IsDirectory(const std::string& path) {
-  struct stat st;
-  return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+void Log(std::string_view what, const Location& location) {
+  System::DebugLog(String(std::string(what) + location.path));
 }
 
-bool MakeFolder(const std::string& folder) {
-  if (::mkdir(folder.c_str(), 0700) != 0) return false;
-  // The mode must not depend on the umask: preferences are the user's alone.
-  ::chmod(folder.c_str(), 0700);
-  return true;
+// Every access to the store walks its path anew, and a helper run makes several: the
+// refusal is said once, where it first happens.
+void ReportNotOwned(const OwnedFolder& folder) {
+  static std::vector<std::string> reported;
+  if (std::find(reported.begin(), reported.end(), folder.Culprit()) != reported.end()) return;
+  reported.push_back(folder.Culprit());
+  System::DebugLog(String("Preference store not used: " + folder.Culprit() +
+                          " is owned by user " + std::to_string(folder.OwnerId())));
+}
+
+// Reads the open file whole into `bytes`, up to kMaxFileSize: the file may have grown
+// since its size was taken, so the size is a first guess, not a limit.
+ReadResult ReadBounded(int fd, size_t size, const Location& location, std::string& bytes) {
+  bytes.resize(std::min(size, kMaxFileSize) + 1);
+  size_t done = 0;
+  for (;;) {
+    if (done == bytes.size()) {
+      if (done > kMaxFileSize) break;
+      bytes.resize(std::min(2 * done, kMaxFileSize + 1));
+    }
+    const ssize_t n = ::read(fd, bytes.data() + done, bytes.size() - done);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) {
+      bytes.clear();
+      return ReadResult::kFailed;
+    }
+    if (n == 0) break;
+    done += static_cast<size_t>(n);
+  }
+  if (done > kMaxFileSize) {
+    bytes.clear();
+    Log("Preference file is larger than " + std::to_string(kMaxFileSize) + " bytes, left alone: ",
+        location);
+    return ReadResult::kFailed;
+  }
+  bytes.resize(done);
+  return ReadResult::kRead;
+}
+
+void Pause(std::chrono::microseconds length) {
+  struct timespec rest = {0, static_cast<long>(std::chrono::nanoseconds(length).count())};
+  while (::nanosleep(&rest, &rest) != 0 && errno == EINTR) {
+  }
+}
+
+// What tells one version of the file from the next: every replacement is a new file.
+std::tuple<ino_t, time_t, long> VersionOf(const OwnedFolder& folder, const Location& location) {
+  struct stat st {};
+  if (::fstatat(folder.Descriptor(), location.name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
+    return {};
+  }
+  return {st.st_ino, st.st_ctim.tv_sec, st.st_ctim.tv_nsec};
+}
+
+// Takes the lock on `fd`, waiting as kLockWait says. flock itself waits without limit, so
+// the lock is tried again and again; the pauses stay short, so that a writer that waits
+// gets its turn among others that take the lock again and again.
+bool Lock(int fd, const OwnedFolder& folder, const Location& location) {
+  const auto start = std::chrono::steady_clock::now();
+  auto deadline = start + kLockWait;
+  auto version = VersionOf(folder, location);
+  std::chrono::microseconds pause{50};
+  for (;;) {
+    if (::flock(fd, LOCK_EX | LOCK_NB) == 0) return true;
+    if (errno == EINTR) continue;
+    if (errno != EWOULDBLOCK) return false;
+    const auto now = std::chrono::steady_clock::now();
+    if (now >= deadline) {
+      const auto latest = VersionOf(folder, location);
+      if (latest == version || now >= start + kLockWaitInAll) {
+        Log("Preference file is locked by another process, change not written: ", location);
+        return false;
+      }
+      version = latest;
+      deadline = now + kLockWait;
+    }
+    Pause(pause);
+    pause = std::min(pause * 2, std::chrono::microseconds{1000});
+  }
 }
 
 }  // namespace
@@ -88,96 +162,65 @@ bool Locate(std::string_view domain, bool anyUser, bool currentHost, Location& o
   const std::string base = anyUser ? SystemConfigFolder() : UserConfigFolder();
   if (base.empty()) return false;
   out.folder = base + kSubfolder;
+  out.name = std::string(domain);
   if (currentHost) {
     out.folder += "/ByHost";
-    out.path = out.folder + "/" + std::string(domain) + "." + HostName() + ".plist";
-  } else {
-    out.path = out.folder + "/" + std::string(domain) + ".plist";
+    out.name += '.';
+    out.name += HostName();
   }
+  out.name += ".plist";
+  out.path = out.folder + "/" + out.name;
   return true;
 }
 
-bool EnsureFolder(const std::string& folder) {
-  if (MakeFolder(folder)) return true;
-  if (errno == EEXIST) return IsDirectory(folder);
-  if (errno != ENOENT) return false;
-  const size_t slash = folder.find_last_of('/');
-  if (slash == std::string::npos || slash == 0) return false;
-  if (!EnsureFolder(folder.substr(0, slash))) return false;
-  return MakeFolder(folder) || (errno == EEXIST && IsDirectory(folder));
+OwnedFolder OpenFolder(const Location& location, bool create) {
+  OwnedFolder folder(location.folder, create);
+  if (folder.Result() == OwnedFolder::Status::kNotOwned) ReportNotOwned(folder);
+  return folder;
 }
 
-bool FolderIsWritable(const std::string& folder) {
-  if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0) return true;
-  return errno == ENOENT && EnsureFolder(folder);
-}
-
-ReadResult ReadWhole(const std::string& path, std::string& bytes) {
+ReadResult Read(const OwnedFolder& folder, const Location& location, std::string& bytes) {
   bytes.clear();
-  // Non-blocking, so a FIFO put in the file's place cannot stall the open.
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  if (fd < 0) return errno == ENOENT ? ReadResult::kMissing : ReadResult::kFailed;
+  // Non-blocking, so that a FIFO in the file's place cannot stall the open.
+  const int fd = ::openat(folder.Descriptor(), location.name.c_str(),
+                          O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (fd < 0 && errno == ENOENT) return ReadResult::kMissing;
   struct stat st;
-  if (::fstat(fd, &st) != 0) {
-    ::close(fd);
-    return ReadResult::kFailed;
+  const bool opened = fd >= 0 && ::fstat(fd, &st) == 0;
+  if ((fd < 0 && errno == ELOOP) || (opened && !S_ISREG(st.st_mode))) {
+    Log("Preference file is no regular file, left alone: ", location);
   }
-  if (!S_ISREG(st.st_mode) || static_cast<size_t>(st.st_size) > kMaxFileSize) {
-    ::close(fd);
-    return ReadResult::kRead;
-  }
-  bytes.resize(static_cast<size_t>(st.st_size) + 1);
-  size_t done = 0;
-  for (;;) {
-    if (done == bytes.size()) bytes.resize(bytes.size() * 2);
-    const ssize_t n = ::read(fd, bytes.data() + done, bytes.size() - done);
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) {
-      ::close(fd);
-      bytes.clear();
-      return ReadResult::kFailed;
-    }
-    if (n == 0) break;
-    done += static_cast<size_t>(n);
-    if (done > kMaxFileSize) {
-      done = 0;
-      break;
-    }
-  }
-  ::close(fd);
-  bytes.resize(done);
-  return ReadResult::kRead;
+  const ReadResult result = opened && S_ISREG(st.st_mode)
+                                ? ReadBounded(fd, static_cast<size_t>(st.st_size), location, bytes)
+                                : ReadResult::kFailed;
+  if (fd >= 0) ::close(fd);
+  return result;
 }
 
-WriteLock::WriteLock(const Location& location) {
-  const std::string lockPath = location.path + ".lock";
-  const auto open = [&] {
-    return ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-  };
-  // The folder is made only when the lock shows it missing: a steady run costs no mkdir.
-  fd_ = open();
-  if (fd_ < 0 && errno == ENOENT && EnsureFolder(location.folder)) fd_ = open();
-  // A lock file that exists in a folder we may not write still serves, read only.
-  if (fd_ < 0) fd_ = ::open(lockPath.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+WriteLock::WriteLock(const OwnedFolder& folder, const Location& location) {
+  const std::string name = location.name + ".lock";
+  // flock needs no write access, so a lock file the umask made read-only still serves.
+  fd_ = ::openat(folder.Descriptor(), name.c_str(),
+                 O_RDONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
   if (fd_ < 0) return;
-  while (::flock(fd_, LOCK_EX) != 0) {
-    if (errno == EINTR) continue;
-    ::close(fd_);
-    fd_ = -1;
-    return;
-  }
+  struct stat st;
+  if (::fstat(fd_, &st) == 0 && S_ISREG(st.st_mode) && Lock(fd_, folder, location)) return;
+  ::close(fd_);
+  fd_ = -1;
 }
 
 WriteLock::~WriteLock() {
   if (fd_ >= 0) ::close(fd_);  // closing the last descriptor releases the lock
 }
 
-bool Replace(const Location& location, std::string_view bytes) {
+bool Replace(const OwnedFolder& folder, const Location& location, std::string_view bytes) {
   // One fixed name is safe under the lock, and a writer killed half way leaves at most
   // this one file behind, which the next writer replaces.
-  const std::string temporary = location.path + ".tmp";
-  if (::unlink(temporary.c_str()) != 0 && errno != ENOENT) return false;
-  return ReplaceFile(location.path, temporary, bytes, 0600);
+  const std::string temporary = location.name + ".tmp";
+  if (::unlinkat(folder.Descriptor(), temporary.c_str(), 0) != 0 && errno != ENOENT) {
+    return false;
+  }
+  return ReplaceFileAt(folder.Descriptor(), location.name, temporary, bytes, 0600);
 }
 
 }  // namespace grantwright::PreferenceFiles

@@ -25,15 +25,18 @@ bool ResolveTexts(std::string_view application, std::string_view user, std::stri
 }
 
 // The dictionary a file read gave: empty when the file is missing, unreadable or no
-// property-list dictionary.
+// property-list dictionary. `report` says whether a file that is no dictionary is logged.
 StoreDictionaryRef DictionaryOf(PreferenceFiles::ReadResult result, const std::string& bytes,
-                                const std::string& path) {
+                                const std::string& path, bool report = true) {
   if (result != PreferenceFiles::ReadResult::kRead) return std::make_shared<StoreDictionary>();
   if (auto dict = std::dynamic_pointer_cast<StoreDictionary>(PropertyList::Parse(bytes))) {
     return dict;
   }
-  System::DebugLog(String("Preference file is not a property list dictionary, read as empty: ") +
-                   String(path));
+  if (report) {
+    System::DebugLog(
+        String("Preference file is not a property list dictionary, read as empty: ") +
+        String(path));
+  }
   return std::make_shared<StoreDictionary>();
 }
 
@@ -65,6 +68,25 @@ bool Apply(const std::vector<std::pair<std::string, StoreObjectRef>>& changes,
     changed = true;
   }
   return changed;
+}
+
+enum class Merge { kChanged, kUnchanged, kFailed };
+
+// Reads the file and merges `changes` into it: kChanged with the new file in `updated`,
+// kUnchanged when the file holds the changes already, kFailed when the file cannot be
+// read or the result cannot be written.
+Merge MergeInto(const OwnedFolder& folder, const PreferenceFiles::Location& location,
+                const std::vector<std::pair<std::string, StoreObjectRef>>& changes, bool report,
+                std::string& updated) {
+  std::string bytes;
+  const PreferenceFiles::ReadResult result = PreferenceFiles::Read(folder, location, bytes);
+  if (result == PreferenceFiles::ReadResult::kFailed) return Merge::kFailed;
+  if (result == PreferenceFiles::ReadResult::kRead && HoldsExactly(changes, bytes)) {
+    return Merge::kUnchanged;
+  }
+  const StoreDictionaryRef merged = DictionaryOf(result, bytes, location.path, report);
+  if (!Apply(changes, *merged)) return Merge::kUnchanged;
+  return PropertyList::Serialize(*merged, updated) ? Merge::kChanged : Merge::kFailed;
 }
 
 }  // namespace
@@ -99,8 +121,10 @@ StoreObjectRef PreferenceStore::CopyValue(const StoreStringRef& key,
       if (it->first == name) return it->second;
     }
   }
+  const OwnedFolder folder = PreferenceFiles::OpenFolder(location, false);
+  if (!folder.IsOpen()) return nullptr;
   std::string bytes;
-  const PreferenceFiles::ReadResult result = PreferenceFiles::ReadWhole(location.path, bytes);
+  const PreferenceFiles::ReadResult result = PreferenceFiles::Read(folder, location, bytes);
   return DictionaryOf(result, bytes, location.path)->Lookup(name);
 }
 
@@ -154,25 +178,25 @@ bool PreferenceStore::Synchronize(const StoreStringRef& application, const Store
   if (!Resolve(application, user, host, location)) return false;
   const auto pending = std::find_if(pending_.begin(), pending_.end(),
                                     [&](const Pending& p) { return p.path == location.path; });
-  if (pending == pending_.end()) return PreferenceFiles::FolderIsWritable(location.folder);
+  const OwnedFolder folder = PreferenceFiles::OpenFolder(location, true);
+  if (pending == pending_.end()) return folder.IsWritable();
+  if (!folder.IsOpen()) return false;
 
-  const PreferenceFiles::WriteLock lock(location);
-  if (!lock.Held()) return false;
-  // Under the lock the file is reread, so changes that other processes flushed since this
-  // handle last looked are kept.
-  std::string bytes;
-  const PreferenceFiles::ReadResult result = PreferenceFiles::ReadWhole(location.path, bytes);
-  if (result == PreferenceFiles::ReadResult::kFailed) return false;
-  const bool unchanged =
-      result == PreferenceFiles::ReadResult::kRead && HoldsExactly(pending->changes, bytes);
-  if (!unchanged) {
-    const StoreDictionaryRef merged = DictionaryOf(result, bytes, location.path);
-    if (Apply(pending->changes, *merged)) {
-      std::string updated;
-      if (!PropertyList::Serialize(*merged, updated)) return false;
-      if (!PreferenceFiles::Replace(location, updated)) return false;
+  // A file that already holds the changes needs no write and so no lock: files are only
+  // replaced whole, so this read sees one whole file. That is every steady run.
+  std::string updated;
+  Merge merge = MergeInto(folder, location, pending->changes, false, updated);
+  if (merge == Merge::kChanged) {
+    const PreferenceFiles::WriteLock lock(folder, location);
+    if (!lock.Held()) return false;
+    // Under the lock the file is read again, so that changes other processes flushed
+    // since are kept.
+    merge = MergeInto(folder, location, pending->changes, true, updated);
+    if (merge == Merge::kChanged && !PreferenceFiles::Replace(folder, location, updated)) {
+      return false;
     }
   }
+  if (merge == Merge::kFailed) return false;
   pending_.erase(pending);
   return true;
 }

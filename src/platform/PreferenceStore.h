@@ -15,19 +15,24 @@
 // Synchronize flushes that domain and scope; a handle that is dropped forgets what it did
 // not flush. Reads see the handle's pending changes first, then the file.
 //
-// Synchronize, with changes pending: creates the folder (mode 0700) when needed, takes
-// the domain's write lock, rereads the file, applies the pending sets and removals, and
-// only when the result differs from the file (PropertyList::SameContent) writes it anew
-// (mode 0600) with an all-or-nothing replacement. True when the file now holds the
-// changes, false when any step failed (the changes then stay pending). With nothing
-// pending: true when the store's folder exists (it is created when missing) and this
-// process may write there, so that a store that could take no write reports false.
+// Synchronize, with changes pending: creates the folder (mode 0700) when needed, reads
+// the file and applies the pending sets and removals; only when the result differs from
+// the file (PropertyList::SameContent) it takes the domain's write lock (waiting as
+// PreferenceFiles::kLockWait says), rereads the file, applies the changes again and writes
+// it anew (mode 0600) with an all-or-nothing replacement. So a flush that changes
+// nothing takes no lock and writes nothing. True when the file now holds the changes,
+// false when any step failed (the changes then stay pending). With nothing pending: true
+// when the store's folder exists (it is created when missing) and this process may write
+// there, so that a store that could take no write reports false.
 //
-// A missing file reads as an empty dictionary. A file that is no property list, or
-// whose top value is no dictionary, reads as empty too and is left as it is until a
-// write replaces it; each read of it writes the line "Preference file is not a property
-// list dictionary, read as empty: <path>" to the system log. A file that cannot be read
-// at all (no permission) reads as empty, and a flush over it gives false.
+// A store in folders another user owns is not used (PreferenceFiles.h): reads give nil
+// and flushes false. A missing file reads as an empty dictionary. A file that is no
+// property list, or whose top value is no dictionary, reads as empty too and is left as
+// it is until a write replaces it; each read of it writes the line "Preference file is
+// not a property list dictionary, read as empty: <path>" to the system log. A file that
+// cannot be read (no permission, no regular file, larger than
+// PreferenceFiles::kMaxFileSize) reads as empty, and a flush over it gives false and
+// leaves it alone.
 //
 // Values a property-list file cannot hold (see PropertyList::Serialize) can be set and
 // read back from the handle, but a flush that would write them gives false.

@@ -167,6 +167,13 @@ bool IsIgnorable(pugi::xml_node node) {
 
 StoreObjectRef ReadDictionary(pugi::xml_node node, int depth) {
   auto dict = std::make_shared<StoreDictionary>();
+  // Room for every entry at once: growing a large dictionary step by step moves all its
+  // entries again at each step.
+  size_t elements = 0;
+  for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+    elements += child.type() == pugi::node_element;
+  }
+  dict->Reserve(elements / 2);
   pugi::xml_node pendingKey;
   for (pugi::xml_node child : node.children()) {
     if (child.type() != pugi::node_element) {

@@ -61,17 +61,14 @@ const StoreObjectRef& StoreDictionary::Value(size_t index) const {
 }
 
 size_t StoreDictionary::Find(std::string_view key) const {
-  for (size_t i = 0; i < entries_.size(); ++i) {
-    const auto* text = dynamic_cast<const StoreString*>(entries_[i].first.get());
-    if (text != nullptr && text->Utf8() == key) return i;
-  }
-  return entries_.size();
+  const auto found = index_.find(key);
+  return found == index_.end() ? entries_.size() : found->second;
 }
 
 void StoreDictionary::Add(StoreObjectRef key, StoreObjectRef value) {
   if (!key || !value) return;
   if (const auto* text = dynamic_cast<const StoreString*>(key.get())) {
-    if (Find(text->Utf8()) != entries_.size()) return;
+    if (!index_.try_emplace(text->Utf8(), entries_.size()).second) return;
   }
   entries_.emplace_back(std::move(key), std::move(value));
 }
@@ -87,13 +84,27 @@ void StoreDictionary::Set(std::string_view key, StoreObjectRef value) {
     entries_[i].second = std::move(value);
     return;
   }
-  entries_.emplace_back(std::make_shared<StoreString>(std::string(key)), std::move(value));
+  auto text = std::make_shared<StoreString>(std::string(key));
+  index_.emplace(text->Utf8(), entries_.size());
+  entries_.emplace_back(std::move(text), std::move(value));
+}
+
+void StoreDictionary::Reserve(size_t count) {
+  entries_.reserve(count);
+  index_.reserve(count);
 }
 
 bool StoreDictionary::Remove(std::string_view key) {
-  const size_t i = Find(key);
-  if (i == entries_.size()) return false;
+  const auto found = index_.find(key);
+  if (found == index_.end()) return false;
+  const size_t i = found->second;
+  index_.erase(found);
   entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(i));
+  for (size_t j = i; j < entries_.size(); ++j) {
+    if (const auto* text = dynamic_cast<const StoreString*>(entries_[j].first.get())) {
+      index_[text->Utf8()] = j;
+    }
+  }
   return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
 #include <grp.h>
 #include <linux/audit.h>
 #include <linux/filter.h>
@@ -203,6 +204,21 @@ std::vector<ProcessResult> RunAll(const std::vector<std::vector<std::string>>& a
 std::string HelperPath() { return GRANTWRIGHT_HELPER; }
 
 std::string CommandPath() { return GRANTWRIGHT_CLI; }
+
+std::string LinkSwapperPath() { return GRANTWRIGHT_LINK_SWAPPER; }
+
+Background::Background(const std::vector<std::string>& argv, const RunOptions& options) {
+  const StartedProcess process = Start(argv, options);
+  ::close(process.out);
+  ::close(process.err);
+  pid_ = process.pid;
+}
+
+Background::~Background() {
+  ::kill(pid_, SIGKILL);
+  while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
+  }
+}
 
 ProcessResult RunHelper(const std::vector<std::string>& args, const RunOptions& options) {
   std::vector<std::string> argv{HelperPath()};

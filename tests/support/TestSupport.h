@@ -55,6 +55,20 @@ std::vector<ProcessResult> RunAll(const std::vector<std::vector<std::string>>& a
 
 std::string HelperPath();
 std::string CommandPath();  // the built `grantwright`
+std::string LinkSwapperPath();  // the tests' racer, support/link_swapper.c
+
+// A process started as Run starts it, left running in the background, its output
+// discarded; killed and waited for when the object goes away.
+class Background {
+ public:
+  explicit Background(const std::vector<std::string>& argv, const RunOptions& options = {});
+  ~Background();
+  Background(const Background&) = delete;
+  Background& operator=(const Background&) = delete;
+
+ private:
+  pid_t pid_;
+};
 
 // Captures System.DebugLog lines for its lifetime.
 class LogCapture {

@@ -7,8 +7,13 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
 #include "permissions/TraditionalPermissionsZRN.h"
 #include "platform/UrlCoding.h"
+#include "support/ExtraAccounts.h"
 #include "support/TestSupport.h"
 #include "xml/XMLExtension.h"
 
@@ -163,6 +168,109 @@ TEST(Helper, EachFailureEndsWithItsLineAndStatus) {
     EXPECT_NE(r.err.find(row.log), std::string::npos) << r.err;
     EXPECT_EQ(StateOf(file), row.ids + plain);
     EXPECT_EQ(StateOf(rootFile), "0 0" + plain);
+  }
+}
+
+// What a helper run did, as strace saw it: the programs it executed (itself first), the
+// processes it started, and the files it opened.
+struct Trace {
+  std::vector<std::string> executed;
+  int started = 0;
+  std::vector<std::string> opened;
+};
+
+// The trace of a helper run with `args`, or why there is none (for a skip).
+std::string TraceHelper(const std::vector<std::string>& args, ProcessResult& result, Trace& trace) {
+#if defined(__SANITIZE_ADDRESS__)
+  // Linked with the sanitizers' runtime the helper is not static (and LeakSanitizer stops a
+  // traced process).
+  return "the helper is not linked statically in this build";
+#endif
+  if (::access("/usr/bin/strace", X_OK) != 0) return "strace is not installed";
+  if (Run({"/usr/bin/strace", "-o", "/dev/null", "/bin/true"}).status != 0) return "strace cannot trace here";
+  TempDir dir;
+  std::vector<std::string> argv{"/usr/bin/strace", "-f", "-qq", "-o", dir / "log",
+                                "-e", "trace=execve,fork,vfork,clone,clone3,open,openat,openat2", HelperPath()};
+  argv.insert(argv.end(), args.begin(), args.end());
+  result = Run(argv);
+  std::ifstream log(dir / "log");
+  for (std::string line; std::getline(log, line);) {
+    // "<pid> <call>(<arguments>": a resumed half of a call reads "<pid> <... call resumed>".
+    const size_t nameAt = line.find_first_not_of("0123456789 ");
+    const size_t open = line.find('(', nameAt);
+    if (nameAt == std::string::npos || open == std::string::npos || line[nameAt] == '<') continue;
+    const std::string name = line.substr(nameAt, open - nameAt);
+    const size_t quote = line.find('"', open);
+    const std::string path = quote == std::string::npos ? "" : line.substr(quote + 1, line.find('"', quote + 1) - quote - 1);
+    if (name == "execve") {
+      trace.executed.push_back(path);
+    } else if (name.rfind("open", 0) == 0) {
+      trace.opened.push_back(path);
+    } else {
+      ++trace.started;
+    }
+  }
+  return "";
+}
+
+// An account and a group that only a second source of the account database knows are
+// named in a configuration: the helper sets them, asking that source apart from itself,
+// and `grantwright capture` writes the names back.
+TEST(Helper, NamesAnAccountOnlyASecondSourceKnows) {
+  const std::string name = "gw19x" + std::to_string(::getpid());
+  const uint32_t id = 1900000 + static_cast<uint32_t>(::getpid() % 100000);
+  const ExtraAccounts accounts(name, id);
+  if (!accounts.unavailable().empty()) GTEST_SKIP() << accounts.unavailable();
+  TempDir dir;
+  const std::string file = dir.Write("file", "x");
+  const std::string job = dir.Write("job.xml", Job(name, name, file, 0640));
+  ProcessResult r;
+  Trace trace;
+  const std::string noTrace = TraceHelper({"-f", job}, r, trace);
+  if (!noTrace.empty()) r = RunHelper({"-f", job});
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(StateOf(file), std::to_string(id) + " " + std::to_string(id) + " 640\nuser::rw-\ngroup::r--\nother::---\n\n");
+  if (noTrace.empty()) {
+    // One question for the owner and one for the group, each to getent.
+    EXPECT_EQ(trace.executed, (std::vector<std::string>{HelperPath(), "/usr/bin/getent", "/usr/bin/getent"}));
+  }
+  const ProcessResult captured = ::grantwright::testing::Run({CommandPath(), "capture", file});
+  EXPECT_EQ(captured.status, 0) << captured.err;
+  EXPECT_NE(captured.out.find("<Owner datatype=\"String\">" + name + "</Owner>"), std::string::npos) << captured.out;
+  EXPECT_NE(captured.out.find("<Group datatype=\"String\">" + name + "</Group>"), std::string::npos) << captured.out;
+}
+
+// Names the files hold cost nothing more: no process, no file beyond those the job needs.
+TEST(Helper, AFilesOnlyRunStartsNoProcessAndReadsNothingMore) {
+  GRANTWRIGHT_REQUIRE_ROOT();
+  TempDir dir;
+  const std::string file = dir.Write("file", "x");
+  ProcessResult r;
+  Trace trace;
+  const std::string noTrace = TraceHelper({"-f", dir.Write("job.xml", Job("daemon", "nogroup", file, 0600))}, r, trace);
+  if (!noTrace.empty()) GTEST_SKIP() << noTrace;
+  EXPECT_EQ(r.status, 0) << r.out;
+  EXPECT_EQ(trace.executed, std::vector<std::string>{HelperPath()});
+  EXPECT_EQ(trace.started, 0);
+  // The preference store is opened one name at a time from "/": its first folder by its
+  // absolute path, then each name below it relative to the folder before. A first run also
+  // opens the folders it makes ("."), the file's lock and its temporary file.
+  std::vector<std::string> store;
+  std::istringstream names(std::string(std::getenv("XDG_CONFIG_HOME")) +
+                           "/grantwright/preferences/com.tarnvale.Grantwright.plist");
+  for (std::string name; std::getline(names, name, '/');) {
+    if (!name.empty()) store.push_back(store.empty() ? "/" + name : name);
+  }
+  store.insert(store.end(), {".", store.back() + ".lock", store.back() + ".tmp"});
+  int nsswitchReads = 0;
+  for (const std::string& path : trace.opened) {
+    // The C library reads nsswitch.conf once as it sets the lookups up.
+    if (path == "/etc/nsswitch.conf" && ++nsswitchReads == 1) continue;
+    if (path == "/etc/passwd" || path == "/etc/group") continue;
+    if (path.rfind(dir.path() + "/", 0) == 0) continue;
+    if (std::find(store.begin(), store.end(), path) != store.end()) continue;
+    ADD_FAILURE() << "opened " << path;
   }
 }
 

@@ -1,0 +1,61 @@
+#pragma once
+// OwnedFolder: a folder opened by descriptor along a path that no other user could have
+// steered, for a process that must write only where it or root decides.
+//
+// The path is walked from "/" one name at a time, each opened relative to the folder
+// before it and never through a link it names. Every folder below "/" on the way, the
+// last one included, must be owned by root or by the process's effective user (for a
+// process running as root: by root), and so must every symbolic link met on the way;
+// such a link is read and its target walked the same way (at most 40 links). Whatever is
+// found where a folder should be is checked on the descriptor that was opened, so
+// swapping a name for a link or another folder while the walk runs makes the walk
+// refuse, never go elsewhere.
+//
+// With `create`, a missing folder is made (mkdirat, mode 0700 set with fchmod so the
+// umask cannot change it) and the walk goes on into it.
+//
+// Once open, the folder is the one the descriptor holds: files are created, read and
+// replaced relative to Descriptor() with openat and renameat, never through the path.
+
+#include <string>
+
+namespace grantwright {
+
+class OwnedFolder {
+ public:
+  enum class Status {
+    kOpen,      // Descriptor() holds the folder
+    kMissing,   // a folder on the way does not exist (and `create` was false)
+    kNotOwned,  // a folder or link on the way belongs to another user: Culprit() names it
+    kFailed,    // anything else: a relative path, a file where a folder should be, a loop
+                // of links, a folder that could not be made or opened
+  };
+
+  // Opens the folder at the absolute `path`.
+  OwnedFolder(const std::string& path, bool create);
+  ~OwnedFolder();
+  OwnedFolder(OwnedFolder&& other) noexcept;
+  OwnedFolder& operator=(OwnedFolder&&) = delete;
+
+  Status Result() const { return status_; }
+  bool IsOpen() const { return status_ == Status::kOpen; }
+  // An O_PATH descriptor of the folder; -1 unless open.
+  int Descriptor() const { return fd_; }
+  // For kNotOwned: the path, as walked, of the folder or link that belongs to another
+  // user; OwnerId() is that user's id.
+  const std::string& Culprit() const { return culprit_; }
+  unsigned OwnerId() const { return ownerId_; }
+
+  // Whether this process may create and remove files in the folder.
+  bool IsWritable() const;
+
+ private:
+  Status Walk(const std::string& path, bool create);
+
+  Status status_ = Status::kFailed;
+  int fd_ = -1;
+  std::string culprit_;
+  unsigned ownerId_ = 0;
+};
+
+}  // namespace grantwright

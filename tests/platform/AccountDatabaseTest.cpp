@@ -1,0 +1,134 @@
+// The account database beyond the files: which nsswitch.conf lines send a lookup there,
+// and what getent's answers (the real one, and stand-ins that misbehave) come to.
+
+#include "platform/AccountDatabase.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "support/TestSupport.h"
+
+namespace grantwright::testing {
+namespace {
+
+using AccountDatabase::kGroups;
+using AccountDatabase::kUsers;
+
+std::string Describe(const std::optional<AccountDatabase::Entry>& entry) {
+  return entry ? entry->name + "=" + std::to_string(entry->id) : "none";
+}
+
+TEST(AccountDatabase, NamesOtherSourcesReadsTheDatabasesLastLine) {
+  const struct {
+    const char* text;
+    std::string_view database;
+    bool others;
+  } cases[] = {
+      {"passwd:         files systemd\ngroup:          files\n", kUsers, true},
+      {"passwd:         files systemd\ngroup:          files\n", kGroups, false},
+      {"passwd: files\n", kUsers, false},
+      {"passwd:files sss", kUsers, true},
+      {"  passwd  :\tcompat\r\n", kUsers, true},
+      {"passwd: files [NOTFOUND=return] ldap\n", kUsers, true},
+      {"passwd: [NOTFOUND=return] files [SUCCESS=merge]\n", kUsers, false},
+      {"passwd: files # ldap\n", kUsers, false},
+      {"# passwd: ldap\npasswd: files\n", kUsers, false},
+      {"passwd: ldap\npasswd: files\n", kUsers, false},
+      {"passwd: files\npasswd: files extrausers\n", kUsers, true},
+      {"passwdx: ldap\ngroupy: ldap\n", kUsers, false},
+      {"passwdx: ldap\ngroupy: ldap\n", kGroups, false},
+      {"passwd:\n", kUsers, false},
+      {"", kUsers, false},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(AccountDatabase::NamesOtherSources(c.text, c.database), c.others) << c.database << " in " << c.text;
+  }
+}
+
+TEST(AccountDatabase, AskTakesTheRealGetentsAnswer) {
+  EXPECT_EQ(Describe(AccountDatabase::Ask(kUsers, "root")), "root=0");
+  EXPECT_EQ(Describe(AccountDatabase::Ask(kUsers, "0")), "root=0");
+  EXPECT_EQ(Describe(AccountDatabase::Ask(kGroups, "nogroup")), "nogroup=65534");
+  EXPECT_EQ(Describe(AccountDatabase::Ask(kUsers, "gw19-nobody-by-this-name")), "none");
+  EXPECT_EQ(Describe(AccountDatabase::Ask(kUsers, "-gw19")), "none");
+  // Keys no entry can have are refused before anything starts.
+  EXPECT_EQ(Describe(AccountDatabase::Ask(kUsers, "root", "/nonexistent/getent")), "none");
+  for (const std::string& key : std::vector<std::string>{"", "ro:ot", "root\n", std::string("ro\0ot", 5)}) {
+    EXPECT_EQ(Describe(AccountDatabase::Ask(kUsers, key)), "none") << key;
+  }
+}
+
+TEST(AccountDatabase, EntryOfTakesTheFirstLinesNameAndId) {
+  const struct {
+    std::string_view answer;
+    const char* entry;
+  } cases[] = {
+      {"someone:x:1234:1234::/home/someone:/bin/sh\n", "someone=1234"},
+      {"last:*:4294967294:", "last=4294967294"},
+      {"first:x:1:\nsecond:x:2:\n", "first=1"},
+      {"someone:x:4294967295:", "none"},
+      {"someone:x:99999999999:", "none"},
+      {"someone:x:-1:", "none"},
+      {"someone:x::", "none"},
+      {"someone:x:12", "none"},
+      {"someone:x:12\n:", "none"},
+      {":x:12:", "none"},
+      {"someone", "none"},
+      {"", "none"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(Describe(AccountDatabase::EntryOf(c.answer)), c.entry) << c.answer;
+}
+
+// A stand-in for getent: a shell script with `body`.
+std::string FakeGetent(const TempDir& dir, const std::string& name, const std::string& body) {
+  const std::string path = dir.Write(name, "#!/bin/sh\n" + body + "\n");
+  ::chmod(path.c_str(), 0755);
+  return path;
+}
+
+TEST(AccountDatabase, AskTakesTheAnswerOfASuccessfulRunOnly) {
+  TempDir dir;
+  const ScopedEnv probe("GW19_PROBE", "inherited");
+  const struct {
+    const char* body;
+    const char* entry;
+  } cases[] = {
+      // A group's members may run long: the rest is read and dropped.
+      {"printf 'big:x:77:'; head -c 1000000 /dev/zero | tr '\\0' a; echo", "big=77"},
+      {"printf '%05000d:x:1:\\n' 0", "none"},  // no entry within the bytes read
+      // The program sees "--" before its arguments, and none of our environment.
+      {"echo \"$1$2$3${GW19_PROBE}:x:5:\"", "--passwdkey=5"},
+      {"echo 'someone:x:1234:'; exit 2", "none"},
+      {"echo 'someone:x:1234:'; kill -9 $$", "none"},
+  };
+  int n = 0;
+  for (const auto& c : cases) {
+    const std::string getent = FakeGetent(dir, "getent" + std::to_string(n++), c.body);
+    EXPECT_EQ(Describe(AccountDatabase::Ask(kUsers, "key", getent.c_str())), c.entry) << c.body;
+  }
+}
+
+TEST(AccountDatabase, LookUpBeyondFilesAsksOnlyWhenNsswitchNamesOtherSources) {
+  TempDir dir;
+  const std::string marker = dir / "asked";
+  const std::string getent = FakeGetent(dir, "getent", "touch " + marker + "; echo \"$3:x:42:\"");
+  const struct {
+    const char* nsswitch;  // nullptr: no such file
+    const char* entry;
+  } cases[] = {
+      {"passwd: files\ngroup: files ldap\n", "none"},
+      {nullptr, "none"},
+      {"passwd: files ldap\n", "remote=42"},
+  };
+  for (const auto& c : cases) {
+    ::unlink(marker.c_str());
+    const std::string conf = c.nsswitch ? dir.Write("nsswitch.conf", c.nsswitch) : dir / "missing.conf";
+    const auto entry = AccountDatabase::LookUpBeyondFiles(kUsers, "remote", conf.c_str(), getent.c_str());
+    EXPECT_EQ(Describe(entry), c.entry) << (c.nsswitch ? c.nsswitch : "(missing)");
+    EXPECT_EQ(::access(marker.c_str(), F_OK) == 0, entry.has_value()) << "getent started for nothing";
+  }
+}
+
+}  // namespace
+}  // namespace grantwright::testing
