@@ -140,49 +140,27 @@ size_t XmlNode::ChildCount() const {
 
 XmlNode XmlNode::Child(size_t index) const {
   XmlNode child = FirstChild();
-  for (size_t i = 0; i < index && child; ++i) child = std::move(child).NextSibling();
+  for (size_t i = 0; i < index && child; ++i) child = child.NextSibling();
   return child;
 }
 
-pugi::xml_node_struct* XmlNode::FirstChildNode() const {
+XmlNode XmlNode::FirstChild() const {
   RequireNode();
-  if (attribute_ != nullptr) return nullptr;
+  if (attribute_ != nullptr) return XmlNode();
   pugi::xml_node c = Node(node_).first_child();
   if (tree_->IsStaging(c)) c = c.next_sibling();
-  return c.internal_object();
+  return c ? XmlNode(tree_, c.internal_object(), nullptr) : XmlNode();
 }
 
-XmlNode XmlNode::FirstChild() const {
-  pugi::xml_node_struct* first = FirstChildNode();
-  return first ? XmlNode(tree_, first, nullptr) : XmlNode();
-}
-
-bool XmlNode::HasChildNodes() const { return FirstChildNode() != nullptr; }
-
-std::string_view XmlNode::FirstChildValueView() const {
-  pugi::xml_node_struct* first = FirstChildNode();
-  return first ? Node(first).value() : std::string_view();
-}
-
-pugi::xml_node_struct* XmlNode::NextSiblingNode() const {
+XmlNode XmlNode::NextSibling() const {
   RequireNode();
-  if (attribute_ != nullptr) return nullptr;
+  if (attribute_ != nullptr) return XmlNode();
   const pugi::xml_node self = Node(node_);
   // Nodes waiting to be appended are no siblings of each other.
-  if (tree_->IsStaging(self.parent())) return nullptr;
+  if (tree_->IsStaging(self.parent())) return XmlNode();
   pugi::xml_node c = self.next_sibling();
   if (tree_->IsStaging(c)) c = c.next_sibling();
-  return c.internal_object();
-}
-
-XmlNode XmlNode::NextSibling() const& {
-  pugi::xml_node_struct* next = NextSiblingNode();
-  return next ? XmlNode(tree_, next, nullptr) : XmlNode();
-}
-
-XmlNode XmlNode::NextSibling() && {
-  pugi::xml_node_struct* next = NextSiblingNode();
-  return next ? XmlNode(std::move(tree_), next, nullptr) : XmlNode();
+  return c ? XmlNode(tree_, c.internal_object(), nullptr) : XmlNode();
 }
 
 XmlNode XmlNode::Parent() const {
@@ -197,11 +175,7 @@ std::string_view XmlNode::AttributeView(std::string_view name) const {
   RequireNode();
   if (attribute_ != nullptr) return {};
   for (pugi::xml_attribute a = Node(node_).first_attribute(); a; a = a.next_attribute()) {
-    // Compared in place: measuring every attribute's name first costs more than this.
-    const char* candidate = a.name();
-    size_t i = 0;
-    while (i < name.size() && candidate[i] != '\0' && candidate[i] == name[i]) ++i;
-    if (i == name.size() && candidate[i] == '\0') return a.value();
+    if (name == a.name()) return a.value();
   }
   return {};
 }

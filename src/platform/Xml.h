@@ -75,16 +75,9 @@ class XmlNode {
   // none. Child gives nil for an index beyond the last child; it walks from the first
   // child, so loops should go FirstChild/NextSibling.
   size_t ChildCount() const;
-  // Whether ChildCount is above 0, and the Value of the first child (empty when there is
-  // none), without making a handle.
-  bool HasChildNodes() const;
-  std::string_view FirstChildValueView() const;
   XmlNode Child(size_t index) const;
   XmlNode FirstChild() const;
-  XmlNode NextSibling() const&;
-  // The same, reusing this handle's reference to the tree: a walk over many siblings as
-  // `child = std::move(child).NextSibling()` counts no references.
-  XmlNode NextSibling() &&;
+  XmlNode NextSibling() const;
   // The element or document that holds the node; for an attribute its element; nil for a
   // document and for a node that was created but not yet appended.
   XmlNode Parent() const;
@@ -127,8 +120,6 @@ class XmlNode {
           pugi::xml_attribute_struct* attribute)
       : tree_(std::move(tree)), node_(node), attribute_(attribute) {}
   void RequireNode() const;
-  pugi::xml_node_struct* FirstChildNode() const;
-  pugi::xml_node_struct* NextSiblingNode() const;
 
   std::shared_ptr<XmlTree> tree_;
   // The node; for an attribute, the element that holds it.
