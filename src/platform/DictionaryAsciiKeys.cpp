@@ -1,7 +1,8 @@
 // A speed-up of Dictionary's scan of a few keys: keys of ASCII bytes, nearly all there
-// are, compare byte by byte ignoring ASCII case instead of through case folding. Decoding
-// the 1 MB typed configuration dense with small dictionaries takes about 0.49 of the time
-// libplist takes for the same values with it, 0.56 without (bench/decode_config.cpp).
+// are, compare byte by byte ignoring ASCII case instead of through case folding. Without it,
+// decoding the 1 MB typed configuration dense with small dictionaries takes 1.15 times as
+// long: 0.56 of the time libplist takes for the same values instead of 0.49
+// (bench/decode_config.cpp).
 
 #include "platform/Dictionary.h"
 #include "platform/TextEncoding.h"

@@ -1,7 +1,7 @@
 // A speed-up of the UTF-8 check every reader of outside text makes: runs of ASCII, the
-// usual case, are skipped 32 bytes at a time. Decoding the 1 MB typed configuration whose
-// bulk is one long text takes about 1.5 times the time libplist takes for the same values
-// with it, 2.4 without (bench/decode_config.cpp).
+// usual case, are skipped 32 bytes at a time. Without it, decoding the 1 MB typed configuration
+// whose bulk is one long text takes 1.6 times as long: 2.4 times the time libplist takes
+// for the same values instead of 1.5 (bench/decode_config.cpp).
 
 #include <cstdint>
 #include <cstring>

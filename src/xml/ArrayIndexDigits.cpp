@@ -1,7 +1,8 @@
 // A speed-up of reading an array element's place: a name of the form writers give,
-// "array_" and plain digits, is read directly instead of through NthField and Val. Decoding
-// the 1 MB typed configuration dense with small arrays takes about 0.49 of the time libplist
-// takes for the same values with it, 0.74 without (bench/decode_config.cpp).
+// "array_" and plain digits, is read directly instead of through NthField and Val. Without it,
+// decoding the 1 MB typed configuration dense with small arrays takes 1.5 times as long:
+// 0.74 of the time libplist takes for the same values instead of 0.49
+// (bench/decode_config.cpp).
 
 #include "xml/ArrayIndexDigits.h"
 
