@@ -1,8 +1,4 @@
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
-#include <cstring>
 
 #include "cli/Commands.h"
 #include "fileutil/FolderItemExtension.h"
@@ -24,25 +20,25 @@ int Fail(const std::string& message) {
 
 int Capture(const std::string& file, const std::string& output) {
   const FolderItemRef item = PathToFolderItem(String(file));
-  struct stat st;
-  if (!item || ::stat(item->NativePath().c_str(), &st) != 0) {
-    return Fail(file + ": " + std::strerror(item ? errno : ENOENT));
-  }
+  if (!item) return Fail(file + ": " + ErrorText(ENOENT));
+  // A record of an item that cannot be examined would hold nothing true: examining it
+  // first tells why.
+  item->PermissionsMode();
+  if (item->LastErrorCode() != 0) return Fail(file + ": " + ErrorText(item->LastErrorCode()));
   const TraditionalPermissionsZRN record(item);
   const String xml = XMLExtension::AsXMLStringFromDictionaryZRN(record.GetDictionary(), "config");
-  const std::string& bytes = xml.Bytes();
 
   if (output.empty()) {
-    return WriteAll(STDOUT_FILENO, bytes) ? 0 : Fail(std::string("cannot write: ") + std::strerror(errno));
+    const int error = WriteStandardOutput(xml.Bytes());
+    return error == 0 ? 0 : Fail("cannot write: " + ErrorText(error));
   }
   const FolderItemRef target = PathToFolderItem(String(output));
-  if (!target) return Fail(output + ": " + std::strerror(ENOENT));
-  const std::string temporary = target->NativePath() + ".grantwright-" + std::to_string(::getpid());
-  if (!ReplaceFile(target->NativePath(), temporary, bytes, 0600)) {
-    return Fail("cannot write " + output + ": " + std::strerror(errno));
+  if (!target) return Fail(output + ": " + ErrorText(ENOENT));
+  if (const int error = ReplaceFileBeside(target->NativePath(), xml.Bytes(), 0600); error != 0) {
+    return Fail("cannot write " + output + ": " + ErrorText(error));
   }
-  MsgBox(String("Captured ") + FolderItemExtension::PathZRN(item, true) + " into " +
-         FolderItemExtension::PathZRN(target, true));
+  MsgBox(String("Captured ") + FolderItemExtension::PathZRN(item, /*abbreviateHome=*/true) +
+         " into " + FolderItemExtension::PathZRN(target, /*abbreviateHome=*/true));
   return 0;
 }
 

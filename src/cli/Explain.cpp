@@ -1,18 +1,17 @@
-#include <unistd.h>
-
 #include <cinttypes>
 #include <cstdio>
+#include <optional>
 #include <nlohmann/json.hpp>
 
 #include "cli/Commands.h"
+#include "config/ConfigurationFile.h"
 #include "permissions/TraditionalPermissionsZRN.h"
 #include "platform/Base64.h"
 #include "platform/Date.h"
-#include "platform/FileIO.h"
 #include "platform/Log.h"
 #include "platform/MemoryBlock.h"
 #include "platform/Picture.h"
-#include "tool/App.h"
+#include "platform/UnhandledException.h"
 
 namespace grantwright::Commands {
 
@@ -85,7 +84,17 @@ ordered_json Describe(const Variant& value) {
   return Typed(value.ObjectValue()->ClassName(), nullptr);
 }
 
-ordered_json DescribeRecord(const TraditionalPermissionsZRN& record) {
+ordered_json DescribeRecord(const DictionaryRef& config) {
+  // A configuration the record cannot be built from ends the helper before it changes
+  // anything, with the unhandled-exception line and status: that is what it would do.
+  std::optional<TraditionalPermissionsZRN> built;
+  try {
+    built.emplace(config);
+  } catch (const std::exception& e) {
+    return ordered_json{{"error", UnhandledExceptionLine(e)},
+                        {"status", kUnhandledExceptionStatus}};
+  }
+  const TraditionalPermissionsZRN& record = *built;
   char mode[8];
   std::snprintf(mode, sizeof mode, "%04o", record.xPermissions->Mode());
   ordered_json out{{"path", record.UnixFilePath.Utf8()},
@@ -101,12 +110,13 @@ ordered_json DescribeRecord(const TraditionalPermissionsZRN& record) {
 
 int Explain(const std::string& configPath) {
   const DictionaryRef config =
-      App::ReadConfiguration(String(configPath), [](const String& line) { MsgBox(line); });
+      ConfigurationFile::Read(String(configPath), [](const String& line) { MsgBox(line); });
   if (!config) return 1;
-  const TraditionalPermissionsZRN record(config);
-  const ordered_json out{{"configuration", DescribeDictionary(*config)}, {"record", DescribeRecord(record)}};
-  const std::string text = out.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
-  return WriteAll(STDOUT_FILENO, text) ? 0 : 1;
+  const ordered_json out{{"configuration", DescribeDictionary(*config)},
+                         {"record", DescribeRecord(config)}};
+  const std::string text =
+      out.dump(2, ' ', /*ensure_ascii=*/false, ordered_json::error_handler_t::replace) + "\n";
+  return WriteStandardOutput(text) == 0 ? 0 : 1;
 }
 
 }  // namespace grantwright::Commands

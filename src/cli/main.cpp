@@ -1,17 +1,17 @@
 // grantwright: capture a file's access rights into a configuration, and explain a
 // configuration as the helper reads it.
 
-#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <string>
 #include <vector>
 
 #include "cli/Commands.h"
+#include "global/GlobalMethods.h"
+#include "global/Startup.h"
+#include "platform/Environment.h"
 #include "platform/Exceptions.h"
 #include "platform/Log.h"
-#include "tool/GlobalMethods.h"
-#include "tool/Startup.h"
 
 namespace {
 
@@ -52,8 +52,7 @@ int Run(const std::vector<std::string>& args) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const char* debug = std::getenv("GRANTWRIGHT_DEBUG");
-  grantwright::Startup::CachedDebugMode = debug != nullptr && std::strcmp(debug, "1") == 0;
+  grantwright::Startup::CachedDebugMode = grantwright::EnvironmentValue("GRANTWRIGHT_DEBUG") == "1";
   if (grantwright::GlobalMethods::DebuggingEnabledZRN()) {
     grantwright::SetLogSink([](std::string_view line) { grantwright::MsgBox(grantwright::String(line)); });
   }

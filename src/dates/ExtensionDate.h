@@ -9,8 +9,6 @@
 // field empty and shifts the fields by one. Out-of-range fields carry over as Date's do
 // (month 13 is January of the next year).
 
-#include <string_view>
-
 #include "platform/Date.h"
 #include "platform/String.h"
 
@@ -20,10 +18,6 @@ namespace grantwright::ExtensionDate {
 // local zone's offset at the present moment (TZ is honoured), and its fields are that
 // moment's local time under this offset. nil for an empty stamp; never nil otherwise.
 DateRef GMTTimeStampToLocalDateZRN(const String& stamp);
-
-// The same for stamp text in UTF-8, shown in the zone `offsetHours` from GMT: a reader of
-// many stamps takes the present offset once, so that all of them show in the same zone.
-DateRef GMTTimeStampToDate(std::string_view utf8Stamp, double offsetHours);
 
 // The stamp of the moment `date` stands for, in GMT, zero-padded ("2018-06-01T09:05:07"):
 // GMTTimeStampToLocalDateZRN of it gives the same moment back, to the second (a fraction

@@ -1,9 +1,9 @@
 #include "fileutil/FolderItemExtension.h"
 
 #include "convert/UniversalExtension.h"
+#include "global/GlobalMethods.h"
 #include "platform/Exceptions.h"
 #include "platform/Log.h"
-#include "tool/GlobalMethods.h"
 
 namespace grantwright::FolderItemExtension {
 
@@ -64,7 +64,7 @@ bool ReadContentsSmartZRN(const FolderItemRef& file, String& contents,
     return Fail("ReadContentsSmartZRN() failed as the file was not found or readable.", showErrorDialog);
   }
   try {
-    const BinaryStreamRef stream = BinaryStream::Open(file, false);
+    const BinaryStreamRef stream = BinaryStream::Open(file, /*readWrite=*/false);
     const TextEncoding* found = ReadEncodingBitsZRN(stream);
     contents = ReadRemainderZRN(stream, found);
     stream->Close();
@@ -88,7 +88,7 @@ String PathZRN(const FolderItemRef& file, bool abbreviateHome) {
   if (!abbreviateHome) return path;
   const FolderItemRef home = GlobalMethods::UserHomeActualZRN();
   if (!home || !home->Exists()) return path;
-  const String homePath = PathZRN(home, false);
+  const String homePath = PathZRN(home, /*abbreviateHome=*/false);
   const int64_t length = Len(homePath);
   if (Left(path, length) == homePath) return String("~") + Mid(path, length + 1);
   return path;

@@ -66,7 +66,7 @@ TraditionalPermissionsZRN::TraditionalPermissionsZRN(const DictionaryRef& dict) 
 TraditionalPermissionsZRN::TraditionalPermissionsZRN(const FolderItemRef& file) {
   Owner = NonNil(file)->Owner();
   Group = file->Group();
-  UnixFilePath = FolderItemExtension::PathZRN(file, false);
+  UnixFilePath = FolderItemExtension::PathZRN(file, /*abbreviateHome=*/false);
   xPermissions = std::make_shared<Permissions>(file->PermissionsMode());
   ACLRights = Acl::NewACLFromFile(String(file->NativePath()), Acl::kExtended);
 }

@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <csignal>
 
+#include "platform/FileIO.h"
+
 namespace grantwright::AccountDatabase {
 
 namespace {
@@ -65,9 +67,10 @@ pid_t Start(const char* program, char* const argv[], int& readEnd) {
   if (::posix_spawn(&pid, program, &actions, &attributes, argv, noEnvironment) != 0) pid = -1;
   ::posix_spawn_file_actions_destroy(&actions);
   ::posix_spawnattr_destroy(&attributes);
-  ::close(pipeEnds[1]);
+  // The parent never writes to the pipe: its end closes with nothing that could be lost.
+  CloseReadDescriptor(pipeEnds[1]);
   if (pid < 0) {
-    ::close(pipeEnds[0]);
+    CloseReadDescriptor(pipeEnds[0]);
     return -1;
   }
   readEnd = pipeEnds[0];
@@ -147,7 +150,7 @@ std::optional<Entry> Ask(std::string_view database, const std::string& key, cons
   if (pid < 0) return std::nullopt;
   const std::string answer = ReadUpTo(readEnd, kMaxAnswerBytes);
   Drain(readEnd);
-  ::close(readEnd);
+  CloseReadDescriptor(readEnd);
   int status = 0;
   while (::waitpid(pid, &status, 0) < 0) {
     if (errno != EINTR) return std::nullopt;
@@ -161,7 +164,7 @@ std::optional<Entry> LookUpBeyondFiles(std::string_view database, const std::str
   const int fd = ::open(nsswitchConf, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
   if (fd < 0) return std::nullopt;
   const std::string text = ReadUpTo(fd, kMaxNsswitchBytes);
-  ::close(fd);
+  CloseReadDescriptor(fd);
   if (!NamesOtherSources(text, database)) return std::nullopt;
   return Ask(database, key, getent);
 }

@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "platform/Exceptions.h"
+#include "platform/FileIO.h"
 
 namespace grantwright {
 
@@ -43,11 +44,11 @@ std::shared_ptr<BinaryStream> BinaryStream::Open(const FolderItemRef& file, bool
   struct stat st;
   if (::fstat(fd, &st) != 0) {
     const int error = errno;
-    ::close(fd);
+    CloseReadDescriptor(fd);
     throw IOException("stat failed", error);
   }
   if (!S_ISREG(st.st_mode)) {
-    ::close(fd);
+    CloseReadDescriptor(fd);
     throw IOException("not a regular file", S_ISDIR(st.st_mode) ? EISDIR : EINVAL);
   }
   return std::shared_ptr<BinaryStream>(new BinaryStream(fd, static_cast<uint64_t>(st.st_size)));
@@ -56,7 +57,7 @@ std::shared_ptr<BinaryStream> BinaryStream::Open(const FolderItemRef& file, bool
 BinaryStream::~BinaryStream() { Close(); }
 
 void BinaryStream::Close() {
-  if (fd_ >= 0) ::close(fd_);
+  if (fd_ >= 0) CloseReadDescriptor(fd_);
   fd_ = -1;
 }
 

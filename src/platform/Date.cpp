@@ -3,6 +3,7 @@
 #include <time.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 
 #include "platform/String.h"
@@ -64,10 +65,11 @@ double Date::LocalOffsetAt(int64_t unixSeconds) {
 }
 
 Date::Date() {
-  struct timespec now;
-  clock_gettime(CLOCK_REALTIME, &now);
-  gmtOffset_ = LocalOffsetAt(now.tv_sec);
-  totalSeconds_ = static_cast<double>(now.tv_sec) + kUnixEpochIn1904 + gmtOffset_ * 3600.0;
+  const int64_t now = std::chrono::duration_cast<std::chrono::seconds>(
+                          std::chrono::system_clock::now().time_since_epoch())
+                          .count();
+  gmtOffset_ = LocalOffsetAt(now);
+  totalSeconds_ = static_cast<double>(now) + kUnixEpochIn1904 + gmtOffset_ * 3600.0;
 }
 
 Date::Date(int64_t year, int64_t month, int64_t day, int64_t hour, int64_t minute,

@@ -33,7 +33,7 @@ class Dictionary : public Object {
   const std::vector<std::pair<Variant, Variant>>& Entries() const { return entries_; }
 
   // Makes room for `count` entries in all, so filling a dictionary of known size moves
-  // nothing.
+  // nothing (DictionaryReserve.cpp).
   void Reserve(size_t count);
 
  private:
@@ -41,16 +41,17 @@ class Dictionary : public Object {
   // Below this many entries a scan is cheaper than an index.
   static constexpr size_t kIndexThreshold = 16;
   size_t Find(const Variant& key) const;
-  size_t FindString(const String& key) const;
-  // The entry whose String key equals `key`, by a scan; `ascii` says IsAsciiKey(key).
-  size_t ScanString(const String& key, bool ascii) const;
+  // The entry whose String key equals `key`, by a scan of a dictionary of up to
+  // kIndexThreshold entries (DictionaryAsciiKeys.cpp).
+  size_t ScanString(const String& key) const;
+  // Notes what the scan needs to know of entry `index`'s key, for an entry it will visit.
+  void NoteScannedKey(size_t index);
 
   std::vector<std::pair<Variant, Variant>> entries_;
   // Bit i: whether entry i's key is a String of ASCII bytes only, for the entries a scan
-  // visits (up to kIndexThreshold): two such keys compare as bytes ignoring ASCII case,
-  // without folding.
+  // visits: two such keys compare as bytes ignoring ASCII case, without folding.
   uint32_t asciiKeys_ = 0;
-  // String keys by their case-folded text, for dictionaries past a few entries.
+  // String keys by their case-folded text, for dictionaries past kIndexThreshold entries.
   std::unordered_map<std::string, size_t> stringIndex_;
 };
 

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 
 namespace grantwright {
 
@@ -20,6 +21,8 @@ bool WriteAll(int fd, std::string_view bytes) {
   return true;
 }
 
+void CloseReadDescriptor(int fd) { (void)::close(fd); }
+
 namespace {
 
 // Flushes the folder `path` names relative to `at`.
@@ -27,7 +30,7 @@ bool SyncFolder(int at, const char* path) {
   const int fd = ::openat(at, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fd < 0) return false;
   const bool synced = ::fsync(fd) == 0;
-  ::close(fd);
+  CloseReadDescriptor(fd);
   return synced;
 }
 
@@ -42,7 +45,9 @@ bool WriteAndRename(int at, const char* name, const char* temporary, std::string
   written = (::close(fd) == 0) && written;
   if (!written || ::renameat(at, temporary, at, name) != 0) {
     const int error = errno;
-    ::unlinkat(at, temporary, 0);
+    // The write has failed already and `error` says why; a temporary that cannot be
+    // removed either changes nothing about that.
+    (void)::unlinkat(at, temporary, 0);
     errno = error;
     return false;
   }
@@ -65,5 +70,12 @@ bool ReplaceFileAt(int folder, const std::string& name, const std::string& tempo
   return WriteAndRename(folder, name.c_str(), temporary.c_str(), bytes, mode) &&
          SyncFolder(folder, ".");
 }
+
+int ReplaceFileBeside(const std::string& path, std::string_view bytes, mode_t mode) {
+  const std::string temporary = path + ".grantwright-" + std::to_string(::getpid());
+  return ReplaceFile(path, temporary, bytes, mode) ? 0 : errno;
+}
+
+std::string ErrorText(int errorNumber) { return std::strerror(errorNumber); }
 
 }  // namespace grantwright

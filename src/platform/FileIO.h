@@ -26,4 +26,17 @@ bool ReplaceFile(const std::string& path, const std::string& temporary, std::str
 bool ReplaceFileAt(int folder, const std::string& name, const std::string& temporary,
                    std::string_view bytes, mode_t mode);
 
+// Closes a descriptor that was only read through, or only named an item. Nothing written
+// can be lost, and Linux frees the descriptor even when close reports an error, so its
+// result calls for nothing: there is nothing to retry or report.
+void CloseReadDescriptor(int fd);
+
+// ReplaceFile with a temporary file of its own beside `path` (the name with
+// ".grantwright-" and the process id added). 0, or the errno of the step that failed.
+int ReplaceFileBeside(const std::string& path, std::string_view bytes, mode_t mode);
+
+// The system's description of the error number `errorNumber` ("No such file or
+// directory").
+std::string ErrorText(int errorNumber);
+
 }  // namespace grantwright

@@ -57,6 +57,10 @@ void MsgBox(const String& message) { WriteLine(STDERR_FILENO, message.Utf8()); }
 
 bool WriteStandardOutputLine(std::string_view text) { return WriteLine(STDOUT_FILENO, text); }
 
+int WriteStandardOutput(std::string_view bytes) {
+  return WriteAll(STDOUT_FILENO, bytes) ? 0 : errno;
+}
+
 bool StandardOutputIsOpen() { return ::fcntl(STDOUT_FILENO, F_GETFD) != -1; }
 
 LogSink SetLogSink(LogSink sink) {

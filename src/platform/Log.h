@@ -25,6 +25,10 @@ void MsgBox(const String& message);
 // failed (standard output closed or full).
 bool WriteStandardOutputLine(std::string_view text);
 
+// Writes `bytes` to standard output as they are, unbuffered. 0, or the errno of the
+// write that failed.
+int WriteStandardOutput(std::string_view bytes);
+
 // Whether the process has a standard output to write to.
 bool StandardOutputIsOpen();
 

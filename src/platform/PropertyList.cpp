@@ -10,6 +10,7 @@
 
 #include "platform/Base64.h"
 #include "platform/Date.h"
+#include "platform/XmlLoadPolicy.h"
 
 namespace grantwright::PropertyList {
 
@@ -421,9 +422,7 @@ StoreObjectRef Parse(std::string_view bytes) {
   // ours goes as a character reference, so either way it must come back.
   constexpr unsigned kOptions =
       (pugi::parse_default & ~pugi::parse_eol) | pugi::parse_ws_pcdata_single;
-  const pugi::xml_parse_result result =
-      document.load_buffer(bytes.data(), bytes.size(), kOptions, pugi::encoding_auto);
-  if (!result) return nullptr;
+  if (XmlLoadPolicy::Load(document, bytes, kOptions, pugi::encoding_auto).errorNumber != 0) return nullptr;
   pugi::xml_node root;
   for (pugi::xml_node child : document.children()) {
     if (child.type() != pugi::node_element) continue;

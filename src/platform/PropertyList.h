@@ -14,10 +14,11 @@
 //               fraction is dropped toward the past), a fraction is read
 //   <data>      base64
 //
-// Reading accepts what other writers of the format produce: an XML declaration and a
-// document type declaration (skipped, never processed), any indentation, empty elements
-// such as <string/>, CDATA sections, base64 in lines, real and integer text with blanks
-// around it, "inf"/"infinity" in any case, raw carriage returns (kept as they are). An
+// Reading loads the XML under XmlLoadPolicy, and accepts what other writers of the format
+// produce: an XML declaration and the format's document type declaration, any
+// indentation, empty elements such as <string/>, CDATA sections, base64 in lines, real and
+// integer text with blanks around it, "inf"/"infinity" in any case, raw carriage returns
+// (kept as they are). An
 // <integer> beyond the 64-bit signed range reads as a Double. Nesting deeper than 512
 // levels is refused. A dictionary key that comes twice keeps its later value.
 

@@ -135,14 +135,6 @@ bool operator==(const String& a, const String& b) {
 std::string CaseFolded(const String& text) {
   const Utf8View view(text);
   std::string out;
-  // ASCII text, the common case for keys, folds byte for byte in place.
-  if (utf8::IsAscii(view.view)) {
-    out.assign(view.view);
-    for (char& c : out) {
-      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
-    }
-    return out;
-  }
   out.reserve(view.view.size());
   size_t pos = 0;
   while (pos < view.view.size()) {

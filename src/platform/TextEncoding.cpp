@@ -128,7 +128,8 @@ std::string IconvConvert(std::string_view in, const char* from, const char* to,
     inLeft -= skip;
     if (inLeft == 0) break;
   }
-  iconv_close(cd);
+  // It fails only for a descriptor iconv_open did not give.
+  (void)iconv_close(cd);
   out.resize(outPos);
   return out;
 }
@@ -209,23 +210,23 @@ bool TextEncoding::IsValidData(std::string_view bytes) const {
     case Kind::Windows1252:
       return true;
     case Kind::UTF16LE:
-      return IsValidUtf16(bytes, true);
+      return IsValidUtf16(bytes, /*littleEndian=*/true);
     case Kind::UTF16BE:
-      return IsValidUtf16(bytes, false);
+      return IsValidUtf16(bytes, /*littleEndian=*/false);
     case Kind::UTF16:
       if (bytes.size() >= 2 && static_cast<unsigned char>(bytes[0]) == 0xFF &&
           static_cast<unsigned char>(bytes[1]) == 0xFE) {
-        return IsValidUtf16(bytes.substr(2), true);
+        return IsValidUtf16(bytes.substr(2), /*littleEndian=*/true);
       }
       if (bytes.size() >= 2 && static_cast<unsigned char>(bytes[0]) == 0xFE &&
           static_cast<unsigned char>(bytes[1]) == 0xFF) {
-        return IsValidUtf16(bytes.substr(2), false);
+        return IsValidUtf16(bytes.substr(2), /*littleEndian=*/false);
       }
-      return IsValidUtf16(bytes, false);
+      return IsValidUtf16(bytes, /*littleEndian=*/false);
     case Kind::UTF32LE:
-      return IsValidUtf32(bytes, true);
+      return IsValidUtf32(bytes, /*littleEndian=*/true);
     case Kind::UTF32BE:
-      return IsValidUtf32(bytes, false);
+      return IsValidUtf32(bytes, /*littleEndian=*/false);
   }
   return false;
 }

@@ -31,7 +31,7 @@ std::string HomePath() {
 
 std::string ReadSmallFile(const std::string& path) {
   try {
-    const auto stream = BinaryStream::Open(PathToFolderItem(String(path)), false);
+    const auto stream = BinaryStream::Open(PathToFolderItem(String(path)), /*readWrite=*/false);
     return stream->Read(stream->Length() < 65536 ? stream->Length() : 65536, nullptr).Bytes();
   } catch (const RuntimeException&) {
     return std::string();

@@ -1,7 +1,5 @@
 #include "platform/Utf8.h"
 
-#include <cstring>
-
 namespace grantwright::utf8 {
 
 int32_t Next(std::string_view bytes, size_t& pos) {
@@ -60,28 +58,6 @@ void Append(std::string& out, char32_t cp) {
     out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
     out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
   }
-}
-
-size_t FirstInvalid(std::string_view bytes) {
-  size_t pos = 0;
-  while (pos < bytes.size()) {
-    // Runs of ASCII, the usual case, are skipped 32 bytes at a time.
-    if (pos + 32 <= bytes.size()) {
-      uint64_t words[4];
-      std::memcpy(words, bytes.data() + pos, sizeof words);
-      if (((words[0] | words[1] | words[2] | words[3]) & 0x8080808080808080ULL) == 0) {
-        pos += 32;
-        continue;
-      }
-    }
-    if (static_cast<unsigned char>(bytes[pos]) < 0x80) {
-      ++pos;
-      continue;
-    }
-    const size_t start = pos;
-    if (Next(bytes, pos) < 0) return start;
-  }
-  return std::string_view::npos;
 }
 
 std::string Sanitized(std::string_view bytes) {

@@ -14,7 +14,8 @@ struct Overloaded : F... {
 template <class... F>
 Overloaded(F...) -> Overloaded<F...>;
 
-[[noreturn]] void Mismatch() { throw TypeMismatchException("Type mismatch"); }
+// The class says it all: a value of one type asked for as another.
+[[noreturn]] void Mismatch() { throw TypeMismatchException(); }
 
 bool IsTrueText(const String& s) { return s == "true"; }
 

@@ -2,16 +2,13 @@
 
 #include <pugixml.hpp>
 
-#include <algorithm>
 #include <cctype>
-#include <cstdint>
-#include <cstring>
 
 #include "platform/BinaryStream.h"
 #include "platform/Exceptions.h"
-#include "platform/HtmlCoding.h"
 #include "platform/TextEncoding.h"
 #include "platform/Utf8.h"
+#include "platform/XmlLoadPolicy.h"
 
 namespace grantwright {
 
@@ -51,24 +48,13 @@ struct XmlTree {
 
 namespace {
 
-constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_comments | pugi::parse_doctype;
+constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_comments;
 
 pugi::xml_node Node(pugi::xml_node_struct* node) { return pugi::xml_node(node); }
 
 // The text in UTF-8: untagged bytes as they are, text with another tag converted.
 std::string Utf8Bytes(const String& text) {
   return ConvertEncoding(text, Encodings::UTF8()).Bytes();
-}
-
-// " at line L, column C" (column in bytes, both from 1) of a byte offset into `text`.
-std::string Position(std::string_view text, size_t offset) {
-  if (offset > text.size()) return " at offset " + std::to_string(offset);
-  size_t line = 1;
-  size_t lineStart = 0;
-  for (size_t i = 0; i < offset; ++i) {
-    if (text[i] == '\n') ++line, lineStart = i + 1;
-  }
-  return " at line " + std::to_string(line) + ", column " + std::to_string(offset - lineStart + 1);
 }
 
 class StringWriter : public pugi::xml_writer {
@@ -154,49 +140,27 @@ size_t XmlNode::ChildCount() const {
 
 XmlNode XmlNode::Child(size_t index) const {
   XmlNode child = FirstChild();
-  for (size_t i = 0; i < index && child; ++i) child = std::move(child).NextSibling();
+  for (size_t i = 0; i < index && child; ++i) child = child.NextSibling();
   return child;
 }
 
-pugi::xml_node_struct* XmlNode::FirstChildNode() const {
+XmlNode XmlNode::FirstChild() const {
   RequireNode();
-  if (attribute_ != nullptr) return nullptr;
+  if (attribute_ != nullptr) return XmlNode();
   pugi::xml_node c = Node(node_).first_child();
   if (tree_->IsStaging(c)) c = c.next_sibling();
-  return c.internal_object();
+  return c ? XmlNode(tree_, c.internal_object(), nullptr) : XmlNode();
 }
 
-XmlNode XmlNode::FirstChild() const {
-  pugi::xml_node_struct* first = FirstChildNode();
-  return first ? XmlNode(tree_, first, nullptr) : XmlNode();
-}
-
-bool XmlNode::HasChildNodes() const { return FirstChildNode() != nullptr; }
-
-std::string_view XmlNode::FirstChildValueView() const {
-  pugi::xml_node_struct* first = FirstChildNode();
-  return first ? Node(first).value() : std::string_view();
-}
-
-pugi::xml_node_struct* XmlNode::NextSiblingNode() const {
+XmlNode XmlNode::NextSibling() const {
   RequireNode();
-  if (attribute_ != nullptr) return nullptr;
+  if (attribute_ != nullptr) return XmlNode();
   const pugi::xml_node self = Node(node_);
   // Nodes waiting to be appended are no siblings of each other.
-  if (tree_->IsStaging(self.parent())) return nullptr;
+  if (tree_->IsStaging(self.parent())) return XmlNode();
   pugi::xml_node c = self.next_sibling();
   if (tree_->IsStaging(c)) c = c.next_sibling();
-  return c.internal_object();
-}
-
-XmlNode XmlNode::NextSibling() const& {
-  pugi::xml_node_struct* next = NextSiblingNode();
-  return next ? XmlNode(tree_, next, nullptr) : XmlNode();
-}
-
-XmlNode XmlNode::NextSibling() && {
-  pugi::xml_node_struct* next = NextSiblingNode();
-  return next ? XmlNode(std::move(tree_), next, nullptr) : XmlNode();
+  return c ? XmlNode(tree_, c.internal_object(), nullptr) : XmlNode();
 }
 
 XmlNode XmlNode::Parent() const {
@@ -211,11 +175,7 @@ std::string_view XmlNode::AttributeView(std::string_view name) const {
   RequireNode();
   if (attribute_ != nullptr) return {};
   for (pugi::xml_attribute a = Node(node_).first_attribute(); a; a = a.next_attribute()) {
-    // Compared in place: measuring every attribute's name first costs more than this.
-    const char* candidate = a.name();
-    size_t i = 0;
-    while (i < name.size() && candidate[i] != '\0' && candidate[i] == name[i]) ++i;
-    if (i == name.size() && candidate[i] == '\0') return a.value();
+    if (name == a.name()) return a.value();
   }
   return {};
 }
@@ -323,6 +283,10 @@ XmlNode XmlNodeList::Item(size_t index) const {
 
 // ---- XmlDocument ----
 
+const int XmlDocument::kInvalidUtf8 = XmlLoadPolicy::kInvalidUtf8;
+const int XmlDocument::kDocumentTypeRefused = XmlLoadPolicy::kDocumentTypeRefused;
+const int XmlDocument::kBadCharacterReference = XmlLoadPolicy::kBadCharacterReference;
+
 XmlDocument::XmlDocument() { Adopt(std::make_shared<XmlTree>()); }
 
 XmlDocument::XmlDocument(std::shared_ptr<XmlTree> tree) { Adopt(std::move(tree)); }
@@ -341,103 +305,10 @@ namespace {
   throw XmlException(message, status);
 }
 
-void FailOnParse(XmlTree& tree, const pugi::xml_parse_result& result, std::string_view text) {
-  if (result) return;
-  Fail(tree, result.status, result.description() + Position(text, static_cast<size_t>(result.offset)));
-}
-
-// A document type declaration is refused rather than skipped: its entities would not be
-// expanded, so a document that relies on them cannot be read as its writer meant it.
-void FailOnDocumentType(XmlTree& tree) {
-  for (pugi::xml_node c = tree.doc.first_child(); c; c = c.next_sibling()) {
-    if (c.type() == pugi::node_doctype) {
-      Fail(tree, XmlDocument::kDocumentTypeRefused, "A document type declaration is not read");
-    }
-  }
-}
-
-void FailOnInvalidUtf8(XmlTree& tree, std::string_view text) {
-  const size_t bad = utf8::FirstInvalid(text);
-  if (bad == std::string_view::npos) return;
-  Fail(tree, XmlDocument::kInvalidUtf8, "Invalid UTF-8 byte sequence" + Position(text, bad));
-}
-
-// Checks the character references in text[from, to) of element content or an attribute
-// value, read as pugixml reads them: "&#" then decimal digits, or "x" and hex digits, then
-// ";". Anything else after "&#" stays text.
-void CheckReferences(XmlTree& tree, std::string_view text, size_t from, size_t to) {
-  // Searches end at `to`: a walk over many short ranges stays linear in the text.
-  const std::string_view range = text.substr(0, to);
-  for (size_t amp = range.find('&', from); amp != std::string_view::npos; amp = range.find('&', amp + 1)) {
-    if (amp + 1 == to || text[amp + 1] != '#') continue;
-    const bool hex = amp + 2 < to && text[amp + 2] == 'x';  // pugixml takes no "X"
-    const size_t end = range.find_first_not_of(hex ? "0123456789abcdefABCDEF" : "0123456789", amp + (hex ? 3 : 2));
-    if (end == std::string_view::npos || text[end] != ';') continue;
-    const int32_t number = NumericReference(text.substr(amp + 1, end - amp - 1));
-    if (number >= 0 && !NamesCharacter(number)) {
-      Fail(tree, XmlDocument::kBadCharacterReference,
-           "Character reference to no character" + Position(text, amp));
-    }
-  }
-}
-
-// pugixml turns a numeric character reference into the UTF-8 form of its number whatever
-// the number is. References stand in element content and attribute values only, so the
-// walk skips comments, CDATA sections and processing instructions and, inside tags, reads
-// quoted values alone. The text has parsed, so every construct is closed.
-void FailOnBadCharacterReference(XmlTree& tree, std::string_view text) {
-  if (text.find("&#") == std::string_view::npos) return;
-  size_t pos = 0;
-  while (pos < text.size()) {
-    const size_t open = std::min(text.find('<', pos), text.size());
-    CheckReferences(tree, text, pos, open);
-    if (open == text.size()) return;
-    const std::string_view rest = text.substr(open);
-    std::string_view start, close;
-    if (rest.starts_with("<!--")) {
-      start = "<!--", close = "-->";
-    } else if (rest.starts_with("<![CDATA[")) {
-      start = "<![CDATA[", close = "]]>";
-    } else if (rest.starts_with("<?")) {
-      start = "<?", close = "?>";
-    }
-    if (!close.empty()) {
-      const size_t end = text.find(close, open + start.size());
-      if (end == std::string_view::npos) return;
-      pos = end + close.size();
-      continue;
-    }
-    size_t i = open + 1;
-    while (i < text.size() && text[i] != '>') {
-      if (text[i] == '"' || text[i] == '\'') {
-        const size_t quote = std::min(text.find(text[i], i + 1), text.size());
-        CheckReferences(tree, text, i + 1, quote);
-        i = quote + 1;
-      } else {
-        ++i;
-      }
-    }
-    pos = i + 1;
-  }
-}
-
-// The same check on a tree that pugixml read from another encoding, whose text as read is
-// not at hand: a bad reference shows as a value that is not UTF-8. (A NUL cannot be told
-// there; it has already cut its text short.)
-void FailOnNonUtf8Values(XmlTree& tree) {
-  for (pugi::xml_node node = tree.doc.first_child(); node;) {
-    bool valid = utf8::IsValid(node.value());
-    for (pugi::xml_attribute a = node.first_attribute(); a && valid; a = a.next_attribute()) {
-      valid = utf8::IsValid(a.value());
-    }
-    if (!valid) Fail(tree, XmlDocument::kBadCharacterReference, "Character reference to no character");
-    if (node.first_child()) {
-      node = node.first_child();
-      continue;
-    }
-    while (node && !node.next_sibling()) node = node.parent();
-    if (node) node = node.next_sibling();
-  }
+// Loads `bytes` under the one policy for outside XML; a refusal empties the document.
+void Load(XmlTree& tree, std::string_view bytes, pugi::xml_encoding encoding) {
+  const XmlLoadPolicy::Outcome outcome = XmlLoadPolicy::Load(tree.doc, bytes, kParseOptions, encoding);
+  if (outcome.errorNumber != 0) Fail(tree, outcome.errorNumber, outcome.message);
 }
 
 }  // namespace
@@ -446,17 +317,11 @@ void XmlDocument::LoadXml(const String& text) {
   auto tree = std::make_shared<XmlTree>();
   Adopt(tree);
   const TextEncoding* tag = text.Encoding();
-  std::string converted;
-  std::string_view bytes = text.Bytes();
   if (tag != nullptr && tag != Encodings::UTF8() && tag != Encodings::ASCII()) {
-    converted = Utf8Bytes(text);
-    bytes = converted;
+    Load(*tree, Utf8Bytes(text), pugi::encoding_utf8);
+  } else {
+    Load(*tree, text.Bytes(), pugi::encoding_utf8);
   }
-  FailOnInvalidUtf8(*tree, bytes);
-  FailOnParse(*tree, tree->doc.load_buffer(bytes.data(), bytes.size(), kParseOptions, pugi::encoding_utf8),
-              bytes);
-  FailOnDocumentType(*tree);
-  FailOnBadCharacterReference(*tree, bytes);
 }
 
 void XmlDocument::LoadXml(const FolderItemRef& file) {
@@ -465,7 +330,7 @@ void XmlDocument::LoadXml(const FolderItemRef& file) {
   Adopt(tree);
   BinaryStreamRef stream;
   try {
-    stream = BinaryStream::Open(file, false);
+    stream = BinaryStream::Open(file, /*readWrite=*/false);
   } catch (const IOException& e) {
     Fail(*tree, pugi::status_file_not_found, "File could not be opened: " + e.Message());
   }
@@ -475,19 +340,7 @@ void XmlDocument::LoadXml(const FolderItemRef& file) {
   } catch (const IOException& e) {
     Fail(*tree, pugi::status_io_error, "File could not be read: " + e.Message());
   }
-  const std::string& bytes = contents.Bytes();
-  const pugi::xml_parse_result result =
-      tree->doc.load_buffer(bytes.data(), bytes.size(), kParseOptions, pugi::encoding_auto);
-  // Offsets point into the bytes as read only when no conversion took place.
-  const bool asRead = result.encoding == pugi::encoding_utf8;
-  FailOnParse(*tree, result, asRead ? std::string_view(bytes) : std::string_view());
-  if (asRead) FailOnInvalidUtf8(*tree, bytes);
-  FailOnDocumentType(*tree);
-  if (asRead) {
-    FailOnBadCharacterReference(*tree, bytes);
-  } else {
-    FailOnNonUtf8Values(*tree);
-  }
+  Load(*tree, contents.Bytes(), pugi::encoding_auto);
 }
 
 XmlNode XmlDocument::CreateElement(const String& name) {

@@ -7,23 +7,14 @@
 // after the XmlDocument it came from is gone. Using a nil handle raises
 // NilObjectException, as using any nil object does.
 //
-// Parsing:
-// - DTD processing is off: a document that holds a document type declaration is refused
-//   (error number kDocumentTypeRefused), so no entity is ever declared, expanded or
-//   fetched, and no file or URL is ever read for a document. An entity reference other than
-//   the five predefined ones and character references stays in the text as written
-//   (`&name;`).
-// - Comments are kept as nodes ("#comment"). Processing instructions and the XML
-//   declaration are not kept. Text nodes that hold only white space are dropped; other
-//   text is kept exactly, line ends normalised to LF. CDATA sections are nodes of their
-//   own ("#cdata-section").
-// - Text is read as UTF-8. Bytes that are not well-formed UTF-8 make the document
-//   unreadable (error number kInvalidUtf8), since its encoding is not what it claims.
-// - A character reference to no character (&#0;, a surrogate, a number past U+10FFFF)
-//   makes the document unreadable (error number kBadCharacterReference): it would give
-//   text that is not UTF-8, or cut the text short at a NUL. References to other code
-//   points that XML text may not hold, such as control characters, are read: pugixml
-//   writes such characters as references itself.
+// Parsing: text is loaded under XmlLoadPolicy, the one policy for XML from outside
+// the program (document type declarations, UTF-8, character references). Besides:
+// - An entity reference other than the five predefined ones and character references
+//   stays in the text as written (`&name;`).
+// - Comments are kept as nodes ("#comment"). Processing instructions, the XML
+//   declaration and an accepted document type declaration are not kept. Text nodes that
+//   hold only white space are dropped; other text is kept exactly, line ends normalised to
+//   LF. CDATA sections are nodes of their own ("#cdata-section").
 // - The parser is pugixml's, with its leniency: content after the root element and a
 //   second root element are accepted. Its walks are iterative, so nesting depth is limited
 //   by memory only.
@@ -84,16 +75,9 @@ class XmlNode {
   // none. Child gives nil for an index beyond the last child; it walks from the first
   // child, so loops should go FirstChild/NextSibling.
   size_t ChildCount() const;
-  // Whether ChildCount is above 0, and the Value of the first child (empty when there is
-  // none), without making a handle.
-  bool HasChildNodes() const;
-  std::string_view FirstChildValueView() const;
   XmlNode Child(size_t index) const;
   XmlNode FirstChild() const;
-  XmlNode NextSibling() const&;
-  // The same, reusing this handle's reference to the tree: a walk over many siblings as
-  // `child = std::move(child).NextSibling()` counts no references.
-  XmlNode NextSibling() &&;
+  XmlNode NextSibling() const;
   // The element or document that holds the node; for an attribute its element; nil for a
   // document and for a node that was created but not yet appended.
   XmlNode Parent() const;
@@ -136,8 +120,6 @@ class XmlNode {
           pugi::xml_attribute_struct* attribute)
       : tree_(std::move(tree)), node_(node), attribute_(attribute) {}
   void RequireNode() const;
-  pugi::xml_node_struct* FirstChildNode() const;
-  pugi::xml_node_struct* NextSiblingNode() const;
 
   std::shared_ptr<XmlTree> tree_;
   // The node; for an attribute, the element that holds it.
@@ -165,13 +147,12 @@ class XmlNodeList {
 // A whole document: a node of kind kDocument that can load text and make new nodes.
 class XmlDocument : public XmlNode {
  public:
-  // Error number of text that is not well-formed UTF-8. Every other error number of a
-  // load is pugixml's status code (1 file not found, 2 read error, 5 to 16 syntax errors).
-  static constexpr int kInvalidUtf8 = 100;
-  // Error number of a document that holds a document type declaration.
-  static constexpr int kDocumentTypeRefused = 101;
-  // Error number of a document with a character reference to no character.
-  static constexpr int kBadCharacterReference = 102;
+  // Error numbers of the load policy's refusals (XmlLoadPolicy). Every other error number
+  // of a load is pugixml's status code (1 file not found, 2 read error, 5 to 16 syntax
+  // errors).
+  static const int kInvalidUtf8;
+  static const int kDocumentTypeRefused;
+  static const int kBadCharacterReference;
 
   // An empty document.
   XmlDocument();

@@ -38,7 +38,7 @@ bool AppSetKeyZRN(const PreferenceStoreRef& prefs, const String& applicationID, 
   const StoreStringRef cfDomain = StoreString::New(applicationID);
   prefs->SetValue(cfKey, cfValue, cfDomain, PreferenceStore::CurrentUser(),
                   PreferenceStore::AnyHost());
-  return SynchronizeZRN(prefs, applicationID, false, true);
+  return SynchronizeZRN(prefs, applicationID, /*anyUser=*/false, /*anyHost=*/true);
 }
 
 bool AppRemoveKeyZRN(const PreferenceStoreRef& prefs, const String& applicationID,
@@ -49,7 +49,7 @@ bool AppRemoveKeyZRN(const PreferenceStoreRef& prefs, const String& applicationI
   const StoreStringRef cfDomain = StoreString::New(applicationID);
   prefs->SetMultiple(nullptr, keys, cfDomain, PreferenceStore::CurrentUser(),
                      PreferenceStore::AnyHost());
-  return SynchronizeZRN(prefs, applicationID, false, true);
+  return SynchronizeZRN(prefs, applicationID, /*anyUser=*/false, /*anyHost=*/true);
 }
 
 bool SynchronizeZRN(const PreferenceStoreRef& prefs, const String& applicationID, bool anyUser,
@@ -65,7 +65,7 @@ bool SynchronizeZRN(const PreferenceStoreRef& prefs, const String& applicationID
 }
 
 void Synchronize() {
-  if (SynchronizeZRN(NewStore(), kApplicationDomain, false, true)) return;
+  if (SynchronizeZRN(NewStore(), kApplicationDomain, /*anyUser=*/false, /*anyHost=*/true)) return;
   // The application's defaults live in the same store here, so the fallback is a second
   // attempt through a fresh handle; a passing hindrance (a folder made meanwhile, a lock
   // released) may let it through.
@@ -84,7 +84,7 @@ void Load() {
   Synchronize();
   HasInitialized = true;
   LocalPreferences::LoadLocalPreferences();
-  SetPrefsValue("NSApplicationShowExceptions", true, false);
+  SetPrefsValue("NSApplicationShowExceptions", true, /*remove=*/false);
 }
 
 void SetupGlobalDefaults() {

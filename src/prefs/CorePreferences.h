@@ -46,20 +46,17 @@ bool AppRemoveKeyZRN(const PreferenceStoreRef& prefs, const String& applicationI
 bool SynchronizeZRN(const PreferenceStoreRef& prefs, const String& applicationID, bool anyUser,
                     bool anyHost);
 
-// Flushes the program's own domain. When that fails, the application's defaults are
-// flushed as a fallback: on this system that is a second attempt on the same store (own
-// domain, current user, any host) through a fresh handle. When the fallback fails too,
-// "NSUserDefaultsMBS: Failed to synchronize preferences between RAM and disk." follows in
-// the log. Nothing is returned or thrown.
+// Flushes the program's own domain, and when that fails tries once more through a fresh
+// handle; when that fails too, "NSUserDefaultsMBS: Failed to synchronize preferences
+// between RAM and disk." follows in the log. Nothing is returned or thrown.
 void Synchronize();
 
 // ---- defaults and typed values ----
 
-// Starts the module, once (a second call does nothing): a new defaults table with
-// SetupGlobalDefaults and LocalPreferences.SetupLocalDefaults, a flush of the store,
-// HasInitialized, LocalPreferences.LoadLocalPreferences, and finally true stored under
-// "NSApplicationShowExceptions" in the own domain. An exception before the flush has
-// ended leaves HasInitialized false.
+// Starts the module once per process (later calls do nothing): the defaults are entered,
+// the store is flushed, and true is stored under "NSApplicationShowExceptions" in the own
+// domain. From the flush on HasInitialized is true and the typed reads consult the store;
+// an exception before it leaves HasInitialized false.
 void Load();
 
 // Enters the defaults: "CheckUpdatesAtStartup" true, "ShowUnsupportedWarning" true,

@@ -1,13 +1,12 @@
 #include "tool/App.h"
 
-#include "fileutil/FolderItemExtension.h"
+#include "config/ConfigurationFile.h"
+#include "global/GlobalMethods.h"
 #include "permissions/TraditionalPermissionsZRN.h"
 #include "platform/Acl.h"
 #include "platform/Exceptions.h"
 #include "platform/FolderItem.h"
 #include "prefs/CorePreferences.h"
-#include "tool/GlobalMethods.h"
-#include "xml/XMLExtension.h"
 
 namespace grantwright {
 
@@ -78,25 +77,8 @@ int64_t App::Event_Run(const std::vector<String>& args) {
   return kBadCommandLine;
 }
 
-DictionaryRef App::ReadConfiguration(const String& configPath,
-                                     const std::function<void(const String&)>& report) {
-  const FolderItemRef configFile = PathToFolderItem(configPath);
-  if (!configFile || !configFile->Exists()) {
-    report("Missing config file!");
-    return nullptr;
-  }
-  String text;
-  if (!FolderItemExtension::ReadContentsSmartZRN(configFile, text, nullptr, false, false, true)) {
-    report("Failed to read config file!");
-    return nullptr;
-  }
-  const DictionaryRef config = XMLExtension::AsDictionaryFromXMLStringZRN(text);
-  if (!config) report("Failed to read XML from config file!");
-  return config;
-}
-
 bool App::Handle_Helper(const String& configPath, bool applyACL) {
-  const DictionaryRef config = ReadConfiguration(configPath, WriteStdOut);
+  const DictionaryRef config = ConfigurationFile::Read(configPath, WriteStdOut);
   if (!config) return false;
   const TraditionalPermissionsZRN record(config);
   return ApplyRecord(record, applyACL);

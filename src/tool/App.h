@@ -3,10 +3,8 @@
 // configuration named on the command line and apply it to one file.
 
 #include <cstdint>
-#include <functional>
 #include <vector>
 
-#include "platform/Dictionary.h"
 #include "platform/String.h"
 
 namespace grantwright {
@@ -31,13 +29,6 @@ class App {
   // Reads the configuration at `configPath` and applies it; false after a failure, whose
   // line has been written to standard output.
   bool Handle_Helper(const String& configPath, bool applyACL);
-
-  // The first stages of Handle_Helper, for every reader of configurations: finds the file,
-  // reads its text (any supported encoding, brought to UTF-8) and decodes it. nil after a
-  // failure, whose line ("Missing config file!", "Failed to read config file!" or "Failed
-  // to read XML from config file!") has gone to `report`.
-  static DictionaryRef ReadConfiguration(const String& configPath,
-                                         const std::function<void(const String&)>& report);
 };
 
 }  // namespace grantwright

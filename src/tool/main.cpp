@@ -8,26 +8,21 @@
 
 #include <csignal>
 #include <exception>
-#include <new>
-#include <string>
 #include <vector>
 
+#include "global/GlobalMethods.h"
 #include "platform/Accounts.h"
-#include "platform/Exceptions.h"
 #include "platform/Log.h"
+#include "platform/UnhandledException.h"
 #include "tool/App.h"
-#include "tool/GlobalMethods.h"
 
 namespace {
 
-constexpr int kUnhandledException = 253;
-
-int ReportUnhandled(const char* className, const std::string& message) {
-  std::string line = std::string("Unhandled exception: ") + className;
-  if (!message.empty()) line += ": " + message;
-  grantwright::GlobalMethods::WriteStdOut(grantwright::String(line));
-  grantwright::System::DebugLog(grantwright::String(line));
-  return kUnhandledException;
+int ReportUnhandled(const std::exception& e) {
+  const grantwright::String line(grantwright::UnhandledExceptionLine(e));
+  grantwright::GlobalMethods::WriteStdOut(line);
+  grantwright::System::DebugLog(line);
+  return grantwright::kUnhandledExceptionStatus;
 }
 
 }  // namespace
@@ -42,11 +37,7 @@ int main(int argc, char** argv) {
   try {
     grantwright::App app;
     return static_cast<int>(app.Event_Run(args) & 0xFF);
-  } catch (const grantwright::RuntimeException& e) {
-    return ReportUnhandled(e.ClassName(), e.Message());
-  } catch (const std::bad_alloc&) {
-    return ReportUnhandled("OutOfMemoryException", std::string());
   } catch (const std::exception& e) {
-    return ReportUnhandled("RuntimeException", e.what());
+    return ReportUnhandled(e);
   }
 }

@@ -1,12 +1,12 @@
 #include "xml/XMLData.h"
 
 #include "convert/UniversalExtension.h"
+#include "global/GlobalMethods.h"
 #include "platform/Exceptions.h"
 #include "platform/HtmlCoding.h"
 #include "platform/Log.h"
 #include "platform/TextEncoding.h"
 #include "platform/UrlCoding.h"
-#include "tool/GlobalMethods.h"
 
 namespace grantwright {
 
@@ -169,7 +169,7 @@ std::vector<String> XMLData::GetArray(const String& key, const String& itemName,
   if (!private_node) return items;
   const XmlNode parent = GetNode(key);
   if (!parent) return items;
-  for (XmlNode child = parent.FirstChild(); child; child = std::move(child).NextSibling()) {
+  for (XmlNode child = parent.FirstChild(); child; child = child.NextSibling()) {
     if (!(child.Name() == itemName)) continue;
     const XmlNode first = child.FirstChild();
     const String item = first ? first.Value() : String();

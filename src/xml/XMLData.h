@@ -37,7 +37,6 @@ class XMLData {
  public:
   // Wraps `node`; a nil node makes a wrapper without a node.
   explicit XMLData(XmlNode node);
-  virtual ~XMLData() = default;
 
   // The wrapper around the first node (Child(0)) of the document `text` holds; that is a
   // comment when one stands ahead of the root element. Empty text gives a wrapper without
@@ -56,52 +55,52 @@ class XMLData {
   static std::shared_ptr<XMLData> CreateFromFile(const FolderItemRef& file, bool showDialog);
 
   // Whether the wrapper holds a node: a document was read, whatever it holds.
-  virtual bool Exists() const;
+  bool Exists() const;
   // The wrapped node as XML text (only its subtree); empty without a node.
-  virtual String ToString() const;
+  String ToString() const;
   // The wrapped node's Name; empty without a node.
-  virtual String GetElementName() const;
+  String GetElementName() const;
 
   // The text unchanged.
-  virtual String GetRawString(const String& key, const String& defaultValue) const;
-  virtual int64_t GetInteger(const String& key, int64_t defaultValue) const;
-  virtual double GetDouble(const String& key, double defaultValue) const;
+  String GetRawString(const String& key, const String& defaultValue) const;
+  int64_t GetInteger(const String& key, int64_t defaultValue) const;
+  double GetDouble(const String& key, double defaultValue) const;
   // GlobalMethods::CBool of the text.
-  virtual bool GetBoolean(const String& key, bool defaultValue) const;
-  virtual Color GetColor(const String& key, Color defaultValue) const;
+  bool GetBoolean(const String& key, bool defaultValue) const;
+  Color GetColor(const String& key, Color defaultValue) const;
   // The text URL-decoded. `rawBytes` true: the decoded bytes as they are, untagged, which
   // keeps bytes that are no text. False: brought to UTF-8 as well
   // (UniversalExtension::DecodingFromURLZRN), so the result always carries UTF-8.
-  virtual String GetURLDecodedString(const String& key, const String& defaultValue,
-                                     bool rawBytes) const;
+  String GetURLDecodedString(const String& key, const String& defaultValue,
+                             bool rawBytes) const;
   // The text with its HTML character references replaced (DecodingFromHTML), in UTF-8.
-  virtual String GetHTMLDecodedString(const String& key, const String& defaultValue) const;
+  String GetHTMLDecodedString(const String& key, const String& defaultValue) const;
   // A new Date whose TotalSeconds is Val of the text (a plain number of seconds, not a
   // time stamp), in the local zone's present offset.
-  virtual DateRef GetDate(const String& key, const DateRef& defaultValue) const;
+  DateRef GetDate(const String& key, const DateRef& defaultValue) const;
 
   // The first node the key selects, of whatever kind; nil when there is none or the
   // wrapper has no node. The empty key gives the wrapped node without a query.
-  virtual XmlNode GetNode(const String& key) const;
+  XmlNode GetNode(const String& key) const;
   // A new wrapper around GetNode(key); never nil.
-  virtual std::shared_ptr<XMLData> GetXMLData(const String& key) const;
+  std::shared_ptr<XMLData> GetXMLData(const String& key) const;
   // Whether the key selects at least one node, whatever it holds.
-  virtual bool HasValue(const String& key) const;
+  bool HasValue(const String& key) const;
   // The value of the wrapped node's own attribute `name` (not a query); the default when
   // the attribute is missing or empty, or the wrapper has no node.
-  virtual String GetAttribute(const String& name, const String& defaultValue) const;
+  String GetAttribute(const String& name, const String& defaultValue) const;
 
   // The items of a list: the children of GetNode(key) whose Name equals `itemName`
   // (ignoring case), in document order, duplicates kept. Each item is its first child
   // node's Value, or empty for a child without children, and is URL-decoded when
   // `urlDecode` is true (`rawBytes` as for GetURLDecodedString). Empty when the wrapper
   // has no node or the key selects nothing.
-  virtual std::vector<String> GetArray(const String& key, const String& itemName, bool urlDecode,
-                                       bool rawBytes) const;
+  std::vector<String> GetArray(const String& key, const String& itemName, bool urlDecode,
+                               bool rawBytes) const;
   // The text of every node the key selects, in document order, as it stands: attributes
   // by their value (also when empty), elements with children by their first child's Value;
   // other nodes and elements without children add nothing.
-  virtual std::vector<String> GetRawStrings(const String& key) const;
+  std::vector<String> GetRawStrings(const String& key) const;
 
  private:
   // The text the key finds, and whether it is found (see the header comment).

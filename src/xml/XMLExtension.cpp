@@ -2,20 +2,20 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "convert/UniversalExtension.h"
 #include "dates/ExtensionDate.h"
+#include "global/GlobalMethods.h"
 #include "platform/Exceptions.h"
 #include "platform/Log.h"
 #include "platform/Picture.h"
 #include "platform/TextEncoding.h"
 #include "platform/UrlCoding.h"
 #include "platform/Utf8.h"
-#include "tool/GlobalMethods.h"
+#include "xml/ArrayIndexDigits.h"
 #include "xml/XMLData.h"
 
 namespace grantwright::XMLExtension {
@@ -37,44 +37,26 @@ bool IsKeyword(std::string_view text, std::string_view lower) {
   return true;
 }
 
-// The row of a datatype by ASCII comparison, told by its length first.
-Row AsciiRowOf(std::string_view t) {
-  switch (t.size()) {
-    case 5:
-      if (IsKeyword(t, "color")) return Row::kColor;
-      if (IsKeyword(t, "array")) return Row::kArray;
-      break;
-    case 6:
-      if (IsKeyword(t, "string")) return Row::kString;
-      if (IsKeyword(t, "double")) return Row::kDouble;
-      if (IsKeyword(t, "single")) return Row::kSingle;
-      break;
-    case 7:
-      if (IsKeyword(t, "integer")) return Row::kInteger;
-      if (IsKeyword(t, "boolean")) return Row::kBoolean;
-      if (IsKeyword(t, "picture")) return Row::kPicture;
-      break;
-    case 10:
-      if (IsKeyword(t, "dictionary")) return Row::kDictionary;
-      break;
-    case 15:
-      if (IsKeyword(t, "gmttimestampzrn")) return Row::kTimeStamp;
-      break;
-  }
-  return Row::kUnknown;
-}
+// The datatypes the format knows, in lower case.
+struct Keyword {
+  const char* text;
+  Row row;
+};
+constexpr Keyword kKeywords[] = {
+    {"boolean", Row::kBoolean}, {"color", Row::kColor},     {"gmttimestampzrn", Row::kTimeStamp},
+    {"double", Row::kDouble},   {"integer", Row::kInteger}, {"dictionary", Row::kDictionary},
+    {"picture", Row::kPicture}, {"single", Row::kSingle},   {"string", Row::kString},
+    {"array", Row::kArray},
+};
 
 // The row a datatype picks. Datatypes are ASCII nearly always; other text goes through the
 // String comparison, under which a few non-ASCII letters equal ASCII ones ("ſtring" is
 // "String").
 Row RowOf(std::string_view datatype) {
   if (datatype.empty()) return Row::kUntyped;
-  const Row row = AsciiRowOf(datatype);
-  if (row != Row::kUnknown || utf8::IsAscii(datatype)) return row;
-  const String text(datatype);
-  for (const char* keyword : {"Boolean", "Color", "GMTTimeStampZRN", "Double", "Integer",
-                              "Dictionary", "Picture", "Single", "String", "Array"}) {
-    if (text == keyword) return AsciiRowOf(keyword);
+  const bool ascii = utf8::IsAscii(datatype);
+  for (const Keyword& k : kKeywords) {
+    if (ascii ? IsKeyword(datatype, k.text) : String(datatype) == k.text) return k.row;
   }
   return Row::kUnknown;
 }
@@ -89,35 +71,6 @@ String UrlDecodedText(std::string_view text) {
   }
   if (bytes.find('\0') != std::string::npos) std::erase(bytes, '\0');
   return String(std::move(bytes), Encodings::UTF8());
-}
-
-// Position of "array_" (its letters in any case) in `name` at or after `from`; npos when
-// there is none.
-size_t FindArrayMark(std::string_view name, size_t from) {
-  for (size_t i = from; i + 6 <= name.size(); ++i) {
-    if (name[i + 5] == '_' && IsKeyword(name.substr(i, 5), "array")) return i;
-  }
-  return std::string_view::npos;
-}
-
-// The place of an array element: Val of the second field of its name split on "array_".
-int64_t ArrayIndex(const XmlNode& child) {
-  const std::string_view name = child.NameView();
-  if (!utf8::IsAscii(name)) return TruncateToInt64(Val(NthField(child.Name(), "array_", 2)));
-  const size_t mark = FindArrayMark(name, 0);
-  if (mark == std::string_view::npos) return 0;
-  const size_t start = mark + 6;
-  const size_t end = std::min(FindArrayMark(name, start), name.size());
-  const std::string_view field = name.substr(start, end - start);
-  // Plain digits, as writers name elements: few enough that Val, which reads a double,
-  // reads them exactly.
-  if (!field.empty() && field.size() <= 15 &&
-      std::all_of(field.begin(), field.end(), [](char c) { return c >= '0' && c <= '9'; })) {
-    int64_t value = 0;
-    for (const char c : field) value = value * 10 + (c - '0');
-    return value;
-  }
-  return TruncateToInt64(Val(String(field)));
 }
 
 void LogTooDeep() {
@@ -137,31 +90,25 @@ class Decoder {
   Variant Container(const XmlNode& node, bool isArray);
   Variant DictionaryOf(const XmlNode& node);
   Variant ArrayOf(const XmlNode& node);
-  // The local zone's offset at the first time stamp, shown by every stamp of the document:
-  // one moment for all, so a change of offset while decoding cannot split them.
-  double LocalOffset() {
-    if (!localOffset_) localOffset_ = Date().GMTOffset();
-    return *localOffset_;
-  }
 
-  std::optional<double> localOffset_;
   int depth_ = 0;
   bool tooDeep_ = false;
 };
 
 Variant Decoder::Value(const XmlNode& node, std::string_view datatype) {
-  if (!node.HasChildNodes()) return String(node.ValueView());
+  const XmlNode first = node.FirstChild();
+  if (!first) return String(node.ValueView());
   const Row row = RowOf(datatype);
   switch (row) {
     case Row::kDictionary:
     case Row::kArray: return Container(node, row == Row::kArray);
     case Row::kUnknown: return Variant();
-    case Row::kString: return UrlDecodedText(node.FirstChildValueView());
-    case Row::kUntyped: return String(node.FirstChildValueView());
-    case Row::kTimeStamp: return ExtensionDate::GMTTimeStampToDate(node.FirstChildValueView(), LocalOffset());
+    case Row::kString: return UrlDecodedText(first.ValueView());
+    case Row::kUntyped: return String(first.ValueView());
+    case Row::kTimeStamp: return ExtensionDate::GMTTimeStampToLocalDateZRN(String(first.ValueView()));
     default: break;
   }
-  const String text(node.FirstChildValueView());
+  const String text(first.ValueView());
   switch (row) {
     case Row::kBoolean: return GlobalMethods::CBool(Variant(text));
     case Row::kColor: return ColorOf(text);
@@ -186,7 +133,7 @@ Variant Decoder::Container(const XmlNode& node, bool isArray) {
 Variant Decoder::DictionaryOf(const XmlNode& node) {
   auto dict = std::make_shared<Dictionary>();
   dict->Reserve(node.ChildCount());
-  for (XmlNode child = node.FirstChild(); child; child = std::move(child).NextSibling()) {
+  for (XmlNode child = node.FirstChild(); child; child = child.NextSibling()) {
     const std::string_view datatype = child.AttributeView("datatype");
     if (datatype.empty()) continue;
     Variant value = Value(child, datatype);
@@ -197,48 +144,33 @@ Variant Decoder::DictionaryOf(const XmlNode& node) {
 }
 
 Variant Decoder::ArrayOf(const XmlNode& node) {
-  auto values = NewArray<Variant>();
-  values->reserve(node.ChildCount());
-  bool inOrder = true;
-  int64_t last = INT64_MIN;
-  for (XmlNode child = node.FirstChild(); child; child = std::move(child).NextSibling()) {
+  std::vector<std::pair<int64_t, Variant>> items;
+  for (XmlNode child = node.FirstChild(); child; child = child.NextSibling()) {
     const std::string_view datatype = child.AttributeView("datatype");
     if (datatype.empty()) continue;
     Variant value = Value(child, datatype);
     if (tooDeep_) return Variant();
-    values->push_back(std::move(value));
-    const int64_t index = ArrayIndex(child);
-    inOrder = inOrder && index >= last;
-    last = index;
+    items.emplace_back(ArrayIndexOfName(child.NameView()), std::move(value));
   }
-  if (inOrder) return values;
-  // Out of order, which writers seldom are: the numbers again, then a stable sort, so that
-  // elements with the same number keep their document order.
-  std::vector<int64_t> indices;
-  indices.reserve(values->size());
-  for (XmlNode child = node.FirstChild(); child; child = std::move(child).NextSibling()) {
-    if (!child.AttributeView("datatype").empty()) indices.push_back(ArrayIndex(child));
-  }
-  std::vector<size_t> order(indices.size());
-  for (size_t i = 0; i < order.size(); ++i) order[i] = i;
-  std::stable_sort(order.begin(), order.end(),
-                   [&](size_t a, size_t b) { return indices[a] < indices[b]; });
-  auto sorted = NewArray<Variant>();
-  sorted->reserve(order.size());
-  for (size_t i : order) sorted->push_back(std::move((*values)[i]));
-  return sorted;
+  // Stable: elements with the same number keep their document order.
+  std::stable_sort(items.begin(), items.end(),
+                   [](const auto& a, const auto& b) { return a.first < b.first; });
+  auto values = NewArray<Variant>();
+  values->reserve(items.size());
+  for (auto& item : items) values->push_back(std::move(item.second));
+  return values;
 }
 
 }  // namespace
 
 DictionaryRef AsDictionaryFromXMLStringZRN(const String& text) {
   if (text.IsEmpty()) return nullptr;
-  const XmlNode root = XMLData::CreateFromString(text, false)->GetNode("");
+  const XmlNode root = XMLData::CreateFromString(text, /*showDialog=*/false)->GetNode("");
   if (!root) return nullptr;
   auto dict = std::make_shared<Dictionary>();
   dict->Reserve(root.ChildCount());
   Decoder decoder;
-  for (XmlNode child = root.FirstChild(); child; child = std::move(child).NextSibling()) {
+  for (XmlNode child = root.FirstChild(); child; child = child.NextSibling()) {
     Variant value = decoder.Value(child);
     if (decoder.TooDeep()) {
       LogTooDeep();
@@ -348,7 +280,7 @@ String AsXMLStringFromDictionaryZRN(const DictionaryRef& dict, const String& roo
   for (const auto& [key, value] : dict->Entries()) {
     ToXMLFromDictionaryZRN_AppendValue(root, key.StringValue(), value);
   }
-  return String("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n") + root.ToString(true);
+  return String("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n") + root.ToString(/*indented=*/true);
 }
 
 }  // namespace grantwright::XMLExtension

@@ -79,6 +79,40 @@ TEST(Capture, WritesAConfigurationThatExplainReadsBack) {
                   {"acl", "user::rw-\nuser:daemon:r--\ngroup::r--\nmask::r--\nother::r--\n"}}));
 }
 
+// An Owner the helper cannot take as text still shows as decoded, and under "record" stands
+// what the helper does with it instead: its own line and status. A Date has a text, which
+// the helper takes as the owner's name.
+TEST(Explain, ShowsTheHelpersEndingWhenTheRecordCannotBeBuilt) {
+  TempDir dir;
+  const std::string file = dir.Write("f", "x");
+  const json unhandled = {{"error", "Unhandled exception: TypeMismatchException"}, {"status", 253}};
+  const struct {
+    std::string owner;
+    json decoded;
+    json record;
+  } cases[] = {
+      {R"(<Owner datatype="Array"><array_0 datatype="String">root</array_0></Owner>)",
+       Typed("Array", {Typed("String", "root")}), unhandled},
+      {R"(<Owner datatype="Dictionary"><Name datatype="String">root</Name></Owner>)",
+       Typed("Dictionary", {{"Name", Typed("String", "root")}}), unhandled},
+      {R"(<Owner datatype="GMTTimeStampZRN">2018-06-01T09:05:07</Owner>)",
+       Typed("Date", "2018-06-01T09:05:07+00:00"),
+       {{"path", file}, {"owner", "2018-06-01 09:05:07"}, {"group", ""}, {"mode", "0000"}, {"acl", nullptr}}},
+  };
+  for (const auto& c : cases) {
+    const std::string config =
+        dir.Write("config.xml", "<config>" + c.owner + "<UnixFilePath datatype=\"String\">" + file +
+                                    "</UnixFilePath></config>");
+    const json explained = Explain(config);
+    EXPECT_EQ(explained["configuration"]["Owner"], c.decoded) << c.owner;
+    EXPECT_EQ(explained["record"], c.record) << c.owner;
+    if (!c.record.contains("error")) continue;
+    const ProcessResult helper = RunWith({HelperPath(), "-f", config}, {}, {.env = {"GRANTWRIGHT_LOG=/dev/null"}});
+    EXPECT_EQ(helper.out, c.record["error"].get<std::string>() + "\n");
+    EXPECT_EQ(helper.status, c.record["status"]);
+  }
+}
+
 TEST(Explain, FailuresAndUsage) {
   TempDir dir;
   const std::string unwritable = dir / "no-such-folder/out.xml";

@@ -5,9 +5,7 @@
 #include <filesystem>
 
 #include "platform/Exceptions.h"
-#include "platform/UserFolders.h"
 #include "support/TestSupport.h"
-#include "tool/GlobalMethods.h"
 
 namespace grantwright::testing {
 namespace {
@@ -109,29 +107,6 @@ TEST(GetSubFolderItemZRN, WalksDownAndNeedsTheParent) {
   EXPECT_EQ(GetSubFolderItemZRN(root, {"a/b"}), nullptr);
   EXPECT_EQ(GetSubFolderItemZRN(root, {".."}), nullptr);
   EXPECT_EQ(GetSubFolderItemZRN(nullptr, {"a"}), nullptr);
-}
-
-TEST(ProcessEnvironment, SnapOrFlatpakHomeLeadsToTheRealHome) {
-  TempDir dir;
-  const ScopedEnv config("XDG_CONFIG_HOME", nullptr);
-  const struct {
-    std::string home;      // under the temporary folder
-    std::string userDirs;  // its .config/user-dirs.dirs
-    bool sandboxed;
-  } cases[] = {
-      {"plain", "# XDG_DOCUMENTS_DIR=\"/snap/x\"\nXDG_DOCUMENTS_DIR=\"$HOME/Papers\"\n", false},
-      {"home/alice/snap/editor/12", "", true},
-      {"home/alice/.var/app/org.example.Editor", "", true},
-      {"plain2", "XDG_DOCUMENTS_DIR=\"/srv/snap/docs\"\n", true},
-  };
-  for (const auto& c : cases) {
-    std::filesystem::create_directories(dir / (c.home + "/.config"));
-    dir.Write(c.home + "/.config/user-dirs.dirs", c.userDirs);
-    const ScopedEnv home("HOME", (dir / c.home).c_str());
-    EXPECT_EQ(GlobalMethods::IsSandboxed(), c.sandboxed) << c.home;
-    EXPECT_EQ(NonNil(GlobalMethods::UserHomeActualZRN())->NativePath(),
-              c.sandboxed ? "/home/" + SystemInformation::ShortUsername().Bytes() : dir / c.home);
-  }
 }
 
 }  // namespace

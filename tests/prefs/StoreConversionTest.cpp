@@ -20,6 +20,9 @@ TEST(ValueAsRBZRN, ReadsOtherWritersFormsAndRefusesTheRest) {
       {plist("<string>a<![CDATA[<b>]]></string>"), "'a<b>'"},
       {plist("<dict><key>a</key><true/><key>a</key><false/></dict>"), "{a=false}"},
       {plist("<dict><key>Key</key><true/><key>KEY</key><false/></dict>"), "{Key=false}"},
+      // The format's declaration names a DTD that is never fetched.
+      {R"(<!DOCTYPE plist PUBLIC "-//Example//DTD PLIST 1.0//EN" "http://localhost:1/p.dtd">)" + plist("<true/>"),
+       "true"},
   };
   for (const auto& [document, read] : rows)
     EXPECT_EQ(Describe(ValueAsRBZRN(NonNil(PropertyList::Parse(document)))), read) << document;
@@ -28,6 +31,12 @@ TEST(ValueAsRBZRN, ReadsOtherWritersFormsAndRefusesTheRest) {
            "<real>1e999</real>", "<date>yesterday</date>", "<data>!!</data>",
            "<string>a<b/></string>", deep})
     EXPECT_EQ(PropertyList::Parse(plist(body)), nullptr) << body;
+  // What no reader of XML here takes: declarations of its own, bytes that are not UTF-8, a
+  // reference to no character.
+  for (const std::string& document : std::vector<std::string>{
+           R"(<!DOCTYPE plist [<!ENTITY a "x">]><plist><string>&a;</string></plist>)",
+           plist("<string>\xE9</string>"), plist("<string>a&#0;b</string>")})
+    EXPECT_EQ(PropertyList::Parse(document), nullptr) << document;
 }
 
 // A store type the conversion does not know.

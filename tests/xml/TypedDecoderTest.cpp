@@ -137,7 +137,7 @@ TEST(TypedDecoder, BadDocumentsGiveNilAndALogLine) {
       {R"(<config><Owner datatype="String">ro)", {parseFailed + "14"}},
       {String(std::string("<r><a>\xE9</a></r>"), Encodings::UTF8()), {parseFailed + "100"}},
       {"<r>" + Repeat(R"(<a datatype="Array">)", 10000) + Repeat("</a>", 10000) + "</r>", {kTooDeep}},
-      // A document type declaration is refused: no entity is expanded and no file is read.
+      // A declaration of entities is refused: no entity is expanded and no file is read.
       {R"(<!DOCTYPE r [<!ENTITY a "aa"><!ENTITY b "&a;&a;&a;&a;&a;&a;&a;&a;">]>)"
        R"(<r><x datatype="String">&b;</x></r>)", {parseFailed + "101"}},
       {R"(<!DOCTYPE r [<!ENTITY e SYSTEM "file:///etc/passwd">]><r><x>&e;</x></r>)", {parseFailed + "101"}},
@@ -153,6 +153,8 @@ TEST(TypedDecoder, BadDocumentsGiveNilAndALogLine) {
     EXPECT_EQ(AsDictionaryFromXMLStringZRN(c.text), nullptr) << c.text.Bytes().substr(0, 60);
     EXPECT_EQ(log.lines(), c.log);
   }
+  // A declaration that only names the type, and a DTD that is never read, is dropped.
+  EXPECT_EQ(Decoded(R"(<!DOCTYPE r SYSTEM "file:///etc/passwd[1]"><r><a datatype="String">x</a></r>)"), "{a='x'}");
   // Deep nesting without containers decodes.
   EXPECT_EQ(Decoded("<r>" + Repeat("<a>", 1000000) + Repeat("</a>", 1000000) + "</r>"), "{a=''}");
   // A root without children, or a comment that stands in for it, gives an empty Dictionary.

@@ -1,11 +1,9 @@
-#include "tool/GlobalMethods.h"
+#include "global/GlobalMethods.h"
 
-#include "fileutil/FolderItemExtension.h"
+#include "global/Startup.h"
 #include "platform/Exceptions.h"
 #include "platform/Log.h"
 #include "platform/UserFolders.h"
-#include "prefs/CorePreferences.h"
-#include "tool/Startup.h"
 
 namespace grantwright::GlobalMethods {
 
@@ -25,21 +23,17 @@ bool CBool(const Variant& value) {
 }
 
 bool IsSandboxed() {
-  const String documents = FolderItemExtension::PathZRN(NonNil(SpecialFolder::Documents()), false);
+  const String documents(NonNil(SpecialFolder::Documents())->NativePath());
   return InStr(documents, "/snap/") != 0 || InStr(documents, "/.var/app/") != 0;
 }
 
 FolderItemRef UserHomeActualZRN() {
   if (!IsSandboxed()) return SpecialFolder::UserHome();
-  return FolderItemExtension::GetSubFolderItemZRN(SpecialFolder::Home(),
-                                                  {SystemInformation::ShortUsername()});
+  const FolderItemRef homes = SpecialFolder::Home();
+  if (!homes || !homes->Exists()) return nullptr;
+  return homes->Child(SystemInformation::ShortUsername());
 }
 
-bool DebuggingEnabledZRN() {
-  if (!CorePreferences::dPreferenceDefaults) {
-    CorePreferences::dPreferenceDefaults = std::make_shared<Dictionary>();
-  }
-  return Startup::CachedDebugMode;
-}
+bool DebuggingEnabledZRN() { return Startup::CachedDebugMode; }
 
 }  // namespace grantwright::GlobalMethods

@@ -1,5 +1,7 @@
 #pragma once
-// GlobalMethods: the system's module of shared free functions.
+// GlobalMethods: the system's module of shared free functions, the services every floor
+// above the platform may call: one way of writing a line, one reading of a value as a
+// Boolean, and what the process knows about where it runs.
 
 #include "platform/FolderItem.h"
 #include "platform/String.h"
@@ -27,12 +29,12 @@ bool CBool(const Variant& value);
 bool IsSandboxed();
 
 // The user's real home folder: SpecialFolder::UserHome outside a container; inside one,
-// the folder named after ShortUsername under SpecialFolder::Home (nil when its parent is
-// missing).
+// the folder named after ShortUsername under SpecialFolder::Home, whether or not it exists
+// (nil when SpecialFolder::Home is missing).
 FolderItemRef UserHomeActualZRN();
 
-// The debug switch, Startup::CachedDebugMode. Makes sure the table of preference defaults
-// exists (an empty one when CorePreferences has not been loaded yet).
+// The debug switch, Startup::CachedDebugMode. It only reads the switch: nothing else
+// changes.
 bool DebuggingEnabledZRN();
 
 }  // namespace grantwright::GlobalMethods

@@ -1,0 +1,28 @@
+#include "config/ConfigurationFile.h"
+
+#include "fileutil/FolderItemExtension.h"
+#include "platform/FolderItem.h"
+#include "xml/XMLExtension.h"
+
+namespace grantwright::ConfigurationFile {
+
+DictionaryRef Read(const String& configPath, const std::function<void(const String&)>& report) {
+  const FolderItemRef configFile = PathToFolderItem(configPath);
+  if (!configFile || !configFile->Exists()) {
+    report("Missing config file!");
+    return nullptr;
+  }
+  String text;
+  const bool read = FolderItemExtension::ReadContentsSmartZRN(
+      configFile, text, /*overrideEncoding=*/nullptr, /*showErrorDialog=*/false,
+      /*replaceLineEndings=*/false, /*forceUTF8=*/true);
+  if (!read) {
+    report("Failed to read config file!");
+    return nullptr;
+  }
+  const DictionaryRef config = XMLExtension::AsDictionaryFromXMLStringZRN(text);
+  if (!config) report("Failed to read XML from config file!");
+  return config;
+}
+
+}  // namespace grantwright::ConfigurationFile
