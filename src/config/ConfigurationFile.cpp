@@ -20,7 +20,7 @@ DictionaryRef Read(const String& configPath, const std::function<void(const Stri
     report("Failed to read config file!");
     return nullptr;
   }
-  const DictionaryRef config = XMLExtension::AsDictionaryFromXMLStringZRN(text);
+  const DictionaryRef config = XMLExtension::AsDictionaryFromXMLStringZRN(text, XMLExtension::StringValues::kExactBytes);
   if (!config) report("Failed to read XML from config file!");
   return config;
 }

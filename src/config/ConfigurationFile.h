@@ -12,7 +12,8 @@ namespace grantwright::ConfigurationFile {
 
 // The Dictionary the typed document at `configPath` decodes to: the file's text in any
 // encoding ReadContentsSmartZRN tells, brought to UTF-8, then
-// XMLExtension::AsDictionaryFromXMLStringZRN. nil after a failure, whose line has gone to
+// XMLExtension::AsDictionaryFromXMLStringZRN with its String values kept as the exact bytes
+// they encode (a file or account name is bytes, not text in some encoding). nil after a failure, whose line has gone to
 // `report` (and nothing else to it):
 // - no such file, or a path that names no item: "Missing config file!"
 // - the file cannot be read: "Failed to read config file!"

@@ -80,7 +80,7 @@ pid_t Start(const char* program, char* const argv[], int& readEnd) {
 }  // namespace
 
 std::optional<uint32_t> IdOf(std::string_view digits) {
-  if (digits.empty() || digits.size() > 10) return std::nullopt;
+  if (digits.empty() || digits.size() > 10 || (digits.size() > 1 && digits[0] == '0')) return std::nullopt;
   uint64_t id = 0;
   for (const char c : digits) {
     if (c < '0' || c > '9') return std::nullopt;

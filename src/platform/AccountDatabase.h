@@ -53,7 +53,8 @@ struct Entry {
 bool NamesOtherSources(std::string_view nsswitchText, std::string_view database);
 
 // The id a text of 1 to 10 decimal digits stands for, when it is below 4294967295 (all
-// bits set means "no id" to chown); nothing for any other text.
+// bits set means "no id" to chown) and has no leading zero (other readers, libacl among
+// them, take "010" for octal 8); nothing for any other text.
 std::optional<uint32_t> IdOf(std::string_view digits);
 
 // The entry an answer of getent gives: its first line is "name:password:id:..." for both

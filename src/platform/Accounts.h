@@ -15,8 +15,9 @@ namespace grantwright {
 
 // The id of the account (LookUpUserId) or group (LookUpGroupId) called `name`; a name of
 // decimal digits that no account or group has is taken as the id itself, up to 4294967294
-// (all bits set would mean "leave as it is" to chown). A name of digits is never asked of
-// the other sources of a static process: their tool takes such a key for an id. Gives 0
+// (all bits set would mean "leave as it is" to chown) and without a leading zero. A name
+// of digits is never asked of the other sources of a static process: their tool takes
+// such a key for an id. Gives 0
 // and sets `id`, or an errno: EINVAL for an empty name, one holding a NUL byte, and one
 // that is neither a name in the database nor such an id; the database's own errno when
 // the lookup itself failed.

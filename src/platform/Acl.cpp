@@ -5,11 +5,16 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <optional>
 #include <set>
+#include <string>
 #include <string_view>
 #include <utility>
 
+#include "platform/Accounts.h"
 #include "platform/Exceptions.h"
+#include "platform/FileChanges.h"
+#include "platform/ProcFiles.h"
 
 namespace grantwright {
 
@@ -113,6 +118,78 @@ bool ConsumePrefix(std::string_view& text, std::string_view prefix) {
   return true;
 }
 
+// The id a named entry's qualifier stands for, read as the Owner and Group keys read names:
+// an account (or group) name, or plain decimal digits in range; nothing otherwise.
+std::optional<long long> QualifierId(bool user, const std::string& qualifier) {
+  if (user) {
+    uid_t uid = 0;
+    if (LookUpUserId(String(qualifier, nullptr), uid) != 0) return std::nullopt;
+    return uid;
+  }
+  gid_t gid = 0;
+  if (LookUpGroupId(String(qualifier, nullptr), gid) != 0) return std::nullopt;
+  return gid;
+}
+
+// Entries of one list as libacl is to read them: each named entry's qualifier replaced by
+// the decimal id QualifierId finds, so libacl's own reading (octal, hexadecimal, negative
+// and wrapped numbers) never applies. The ids are added to `named` for a check of what
+// libacl made. False when a qualifier names no account or group, or when the list holds
+// more than Acl::kMaxEntries entries.
+bool PinQualifiers(std::string_view entries, std::string& out,
+                   std::multiset<std::pair<acl_tag_t, long long>>& named) {
+  size_t count = 0;
+  while (!entries.empty()) {
+    const size_t end = entries.find_first_of(",\n");
+    const std::string_view entry = Trimmed(entries.substr(0, end));
+    entries.remove_prefix(end == std::string_view::npos ? entries.size() : end + 1);
+    if (entry.empty()) continue;
+    if (++count > Acl::kMaxEntries) return false;
+    const size_t first = entry.find(':');
+    const size_t second = first == std::string_view::npos ? first : entry.find(':', first + 1);
+    const std::string_view tag = Trimmed(entry.substr(0, first));
+    const bool user = tag == "user" || tag == "u";
+    if (second == std::string_view::npos || !(user || tag == "group" || tag == "g")) {
+      out.append(entry).push_back('\n');
+      continue;
+    }
+    const std::string_view qualifier = entry.substr(first + 1, second - first - 1);
+    if (qualifier.empty()) {
+      out.append(entry).push_back('\n');
+      continue;
+    }
+    const std::optional<long long> id = QualifierId(user, std::string(qualifier));
+    if (!id) return false;
+    named.emplace(user ? ACL_USER : ACL_GROUP, *id);
+    out.append(tag).append(":").append(std::to_string(*id)).append(entry.substr(second));
+    out.push_back('\n');
+  }
+  return true;
+}
+
+// The list libacl makes of `entries`, or null when a qualifier is refused (PinQualifiers),
+// libacl refuses a line, an entry stands twice, or libacl took an id for another (a name
+// of digits that is also an account's).
+AclHandle ParsedList(std::string_view entries) {
+  std::string pinned;
+  std::multiset<std::pair<acl_tag_t, long long>> named;
+  if (!PinQualifiers(entries, pinned, named)) return nullptr;
+  AclHandle list(acl_from_text(pinned.c_str()));
+  if (!list || HasDuplicateEntries(list.get())) return nullptr;
+  std::multiset<std::pair<acl_tag_t, long long>> made;
+  ForEachEntry(list.get(), [&](acl_entry_t e) {
+    const acl_tag_t tag = TagOf(e);
+    if (tag != ACL_USER && tag != ACL_GROUP) return;
+    void* qualifier = acl_get_qualifier(e);
+    if (qualifier == nullptr) return;
+    made.emplace(tag, tag == ACL_USER ? static_cast<long long>(*static_cast<uid_t*>(qualifier))
+                                      : static_cast<long long>(*static_cast<gid_t*>(qualifier)));
+    acl_free(qualifier);
+  });
+  if (made != named) return nullptr;
+  return list;
+}
+
 void AppendLines(std::string& out, acl_t acl, const char* prefix) {
   if (acl == nullptr || acl_entries(acl) <= 0) return;
   char* text = acl_to_any_text(acl, prefix, '\n', 0);
@@ -150,11 +227,11 @@ AclRef Acl::NewACLFromText(const String& text) {
   if (accessText.empty() && defaultText.empty()) return nullptr;
 
   auto lists = std::make_unique<Lists>();
-  lists->access.reset(acl_from_text(accessText.c_str()));
-  if (!lists->access || HasDuplicateEntries(lists->access.get())) return nullptr;
+  lists->access = ParsedList(accessText);
+  if (!lists->access) return nullptr;
   if (!defaultText.empty()) {
-    lists->defaultList.reset(acl_from_text(defaultText.c_str()));
-    if (!lists->defaultList || HasDuplicateEntries(lists->defaultList.get())) return nullptr;
+    lists->defaultList = ParsedList(defaultText);
+    if (!lists->defaultList) return nullptr;
   }
   return AclRef(new Acl(std::move(lists)));
 }
@@ -195,7 +272,8 @@ bool Acl::SetFile(const FolderItemRef& file, int type) const {
 
   // Everything is built and checked before the first change, so a refused list changes
   // nothing.
-  const std::string path = FolderItem::DescriptorPath(fd);
+  const std::string path = ProcPathOf(fd);
+  if (path.empty()) return false;
   const AclHandle current(acl_get_file(path.c_str(), ACL_TYPE_ACCESS));
   if (!current) return false;
   const AclHandle access = Completed(lists_->access.get(), current.get());
@@ -210,11 +288,7 @@ bool Acl::SetFile(const FolderItemRef& file, int type) const {
                          hasDefault ? currentDefault.get() : access.get());
     if (!defaults || acl_valid(defaults.get()) != 0) return false;
   }
-
-  if (acl_set_file(path.c_str(), ACL_TYPE_ACCESS, access.get()) != 0) return false;
-  if (defaults) return acl_set_file(path.c_str(), ACL_TYPE_DEFAULT, defaults.get()) == 0;
-  if (folder) return acl_delete_def_file(path.c_str()) == 0 || errno == ENODATA;
-  return true;
+  return CurrentFileChanges().ChangeLists(fd, access.get(), defaults.get(), folder) == 0;
 }
 
 }  // namespace grantwright

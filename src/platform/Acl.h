@@ -27,8 +27,17 @@ class Acl : public Object {
   // The one list type this system knows: a file's whole list, access and default entries.
   static constexpr int kExtended = 256;
 
-  // The list a text gives; nil when libacl refuses any line (an unknown account or group
-  // name, a malformed entry, an entry named twice) or when the text holds no entry at all.
+  // No Linux file system stores more entries in one list: an extended attribute holds at
+  // most 64 KiB, 8 bytes an entry. A text with more in either list is refused before
+  // libacl reads it, so no list costs more than reading this many entries.
+  static constexpr size_t kMaxEntries = 8191;
+
+  // The list a text gives; nil when libacl refuses any line (a malformed entry, an entry
+  // named twice), when a named entry's qualifier is neither an account (or group) name nor
+  // plain decimal digits up to 4294967294, the way the Owner and Group keys are read (so
+  // "010", "0x3e9", "-2", "+5", " 1" and "4294967296" are refused, never read as other
+  // ids), when either list holds more than kMaxEntries entries, or when the text holds no
+  // entry at all.
   // Lines may carry "#" comments and surrounding blanks; "default:" (or "d:") marks a line
   // of the default list. So getfacl's whole output is taken as it is.
   static std::shared_ptr<Acl> NewACLFromText(const String& text);
@@ -44,10 +53,13 @@ class Acl : public Object {
   String Text() const;
 
   // Applies the list to the item `file` has located (locating it first when needed), as
-  // the header says. True on success. False, with the item unchanged, for a type other
-  // than kExtended, for a symbolic link, for "default:" lines on an item that is no
-  // folder, for entries that give no valid list once completed, and when the file system
-  // or the process's rights refuse. A nil file raises NilObjectException.
+  // the header says, through FileChanges: the access and default lists are written both
+  // or neither. True on success. False, with the item unchanged, for a type other than
+  // kExtended, for an item FolderItem refuses to change, for "default:" lines on an item
+  // that is no folder, for entries that give no valid list once completed, when /proc is
+  // not procfs (the lists are reached through it), and when the file system (a default
+  // list that does not fit) or the process's rights refuse. A nil file raises
+  // NilObjectException.
   bool SetFile(const FolderItemRef& file, int type) const;
 
  private:

@@ -9,6 +9,9 @@
 
 #include "platform/Accounts.h"
 #include "platform/Exceptions.h"
+#include "platform/FileChanges.h"
+#include "platform/PathWalk.h"
+#include "platform/ProcFiles.h"
 
 namespace grantwright {
 
@@ -78,28 +81,36 @@ uint32_t FolderItem::PermissionsMode() {
 }
 
 bool FolderItem::Locate() {
+  located_ = true;
+  refusal_ = 0;
   if (descriptor_ >= 0) {
     ::close(descriptor_);
     descriptor_ = -1;
   }
-  // O_PATH opens without reading or searching the item, so any item the process can reach
-  // is found; O_NOFOLLOW makes a final symbolic link the item itself, never its target.
-  descriptor_ = ::open(path_.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC);
-  if (descriptor_ < 0) {
-    lastErrorCode_ = errno;
+  PathWalkResult walk = WalkPath(path_, {});
+  if (walk.status == PathWalkResult::Status::kNotTrusted) {
+    // Found only through a link nobody trusts: every change is refused, and whether the
+    // item is there is told as for any path.
+    refusal_ = walk.error;
+    lastErrorCode_ = 0;
+    return Exists();
+  }
+  if (walk.status != PathWalkResult::Status::kFound) {
+    lastErrorCode_ = walk.error;
     return false;
   }
-  struct stat st;
-  if (::fstat(descriptor_, &st) != 0) {
-    lastErrorCode_ = errno;
-    return false;
-  }
+  descriptor_ = walk.item.Release();
   lastErrorCode_ = 0;
-  return S_ISLNK(st.st_mode) ? Exists() : true;
+  return walk.type == S_IFLNK ? Exists() : true;
 }
 
 int FolderItem::ChangeDescriptor() {
-  if (descriptor_ < 0 && !Locate() && descriptor_ < 0) return -1;
+  if (!located_) Locate();
+  if (refusal_ != 0) {
+    lastErrorCode_ = refusal_;
+    return -1;
+  }
+  if (descriptor_ < 0) return -1;
   struct stat st;
   if (::fstat(descriptor_, &st) != 0) {
     lastErrorCode_ = errno;
@@ -109,11 +120,11 @@ int FolderItem::ChangeDescriptor() {
     lastErrorCode_ = ELOOP;
     return -1;
   }
+  if (S_ISREG(st.st_mode) && st.st_nlink > 1 && KernelSetting("fs/protected_hardlinks") != 1) {
+    lastErrorCode_ = EPERM;
+    return -1;
+  }
   return descriptor_;
-}
-
-std::string FolderItem::DescriptorPath(int descriptor) {
-  return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
 void FolderItem::SetOwner(const String& name) {
@@ -124,7 +135,7 @@ void FolderItem::SetOwner(const String& name) {
   }
   const int fd = ChangeDescriptor();
   if (fd < 0) return;
-  lastErrorCode_ = ::fchownat(fd, "", uid, static_cast<gid_t>(-1), AT_EMPTY_PATH) == 0 ? 0 : errno;
+  lastErrorCode_ = CurrentFileChanges().ChangeOwner(fd, uid, static_cast<gid_t>(-1));
 }
 
 void FolderItem::SetGroup(const String& name) {
@@ -135,15 +146,14 @@ void FolderItem::SetGroup(const String& name) {
   }
   const int fd = ChangeDescriptor();
   if (fd < 0) return;
-  lastErrorCode_ = ::fchownat(fd, "", static_cast<uid_t>(-1), gid, AT_EMPTY_PATH) == 0 ? 0 : errno;
+  lastErrorCode_ = CurrentFileChanges().ChangeOwner(fd, static_cast<uid_t>(-1), gid);
 }
 
 void FolderItem::SetPermissions(const PermissionsRef& permissions) {
   const mode_t mode = NonNil(permissions)->Mode();
   const int fd = ChangeDescriptor();
   if (fd < 0) return;
-  // An O_PATH descriptor takes no fchmod; its /proc name reaches the very same inode.
-  lastErrorCode_ = ::chmod(DescriptorPath(fd).c_str(), mode) == 0 ? 0 : errno;
+  lastErrorCode_ = CurrentFileChanges().ChangeMode(fd, mode);
 }
 
 FolderItemRef PathToFolderItem(const String& path) {

@@ -7,10 +7,22 @@
 //
 // Changes (SetOwner, SetGroup, SetPermissions, and Acl::SetFile) all reach the item
 // through one descriptor, opened when the item is located (Locate, or else the first
-// change) and kept for the object's life. So every change lands on the item that was found,
-// even if the path is renamed or replaced meanwhile. The descriptor does not follow a
-// symbolic link in the last path component: such an item is refused by every change
-// (LastErrorCode ELOOP), and neither the link nor what it points to is changed.
+// change) and kept for the object's life, and they go through FileChanges. So every change
+// lands on the item that was found, even if the path is renamed or replaced meanwhile.
+//
+// The item is found as PathWalk finds it, from "/" one name at a time, because the
+// process making the changes may be root while other users own folders on the path:
+// - A symbolic link at the end of the path is the item itself, however the path is
+//   written ("dl", "dl/", "dl/.", "dl//", "dl/.."): every change refuses it (LastErrorCode
+//   ELOOP), and neither the link nor what it points to is changed.
+// - A symbolic link earlier in the path is followed only when it belongs to root or to the
+//   process's effective user. Anyone who can write a folder on the path could otherwise
+//   swap a name for a link into root's files at any moment. Through another user's link
+//   every change is refused (EACCES), whether or not the item is there.
+// - A regular file with more than one name is refused (EPERM) while the kernel's
+//   fs.protected_hardlinks is off (or cannot be read): any user could then have linked a
+//   file of root's into a folder of theirs.
+// The path is used as the bytes it is: no text conversion happens on the way.
 
 #include <memory>
 #include <string>
@@ -56,7 +68,8 @@ class FolderItem : public Object {
 
   // Finds the item that the path names now as the one later changes go to, and gives
   // whether it is there, as Exists does: a symbolic link counts by what it points to (and
-  // is then refused by the changes). LastErrorCode: 0, or the errno of the failed lookup.
+  // is then refused by the changes), so does an item behind an untrusted link.
+  // LastErrorCode: 0, or the errno of the failed lookup.
   // Calling it again finds the item anew.
   bool Locate();
 
@@ -81,16 +94,16 @@ class FolderItem : public Object {
   friend class Acl;
 
   // The located item's descriptor for a change (locating it first when that has not been
-  // done); -1 with LastErrorCode set when there is no item or it is a symbolic link.
+  // done); -1 with LastErrorCode set when there is no item or the item is refused.
   int ChangeDescriptor();
   // stat of the path (following a symbolic link), its errno kept as LastErrorCode.
   bool Examine(struct stat& st);
-  // A path that reaches the item of `descriptor` for calls that take no descriptor.
-  static std::string DescriptorPath(int descriptor);
 
   std::string path_;
   int lastErrorCode_ = 0;
   int descriptor_ = -1;
+  bool located_ = false;
+  int refusal_ = 0;  // why every change is refused (an untrusted link on the way), or 0
 };
 
 using FolderItemRef = std::shared_ptr<FolderItem>;

@@ -16,6 +16,12 @@ namespace grantwright {
 
 namespace {
 
+// Set when standard output was closed as the process started and now leads to /dev/null.
+bool& StandardOutputWasClosed() {
+  static bool closed = false;
+  return closed;
+}
+
 LogSink& Sink() {
   static LogSink sink;
   return sink;
@@ -61,7 +67,20 @@ int WriteStandardOutput(std::string_view bytes) {
   return WriteAll(STDOUT_FILENO, bytes) ? 0 : errno;
 }
 
-bool StandardOutputIsOpen() { return ::fcntl(STDOUT_FILENO, F_GETFD) != -1; }
+bool StandardOutputIsOpen() {
+  return !StandardOutputWasClosed() && ::fcntl(STDOUT_FILENO, F_GETFD) != -1;
+}
+
+bool OpenStandardDescriptors() {
+  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+    if (::fcntl(fd, F_GETFD) != -1 || errno != EBADF) continue;
+    // open gives the lowest free number, which is this one.
+    const int opened = ::open("/dev/null", fd == STDIN_FILENO ? O_RDONLY : O_WRONLY);
+    if (opened != fd) return false;
+    if (fd == STDOUT_FILENO) StandardOutputWasClosed() = true;
+  }
+  return true;
+}
 
 LogSink SetLogSink(LogSink sink) {
   LogSink previous = std::move(Sink());

@@ -29,8 +29,15 @@ bool WriteStandardOutputLine(std::string_view text);
 // write that failed.
 int WriteStandardOutput(std::string_view bytes);
 
-// Whether the process has a standard output to write to.
+// Whether the process has a standard output to write to: false also when standard output
+// was closed at start and OpenStandardDescriptors put /dev/null there.
 bool StandardOutputIsOpen();
+
+// Opens /dev/null on each of descriptors 0, 1 and 2 that is closed, as a privileged
+// program does first: otherwise the next file it opens takes that number, and a line
+// meant for standard output lands in that file. False when /dev/null could not be opened
+// on one of them (the process must not go on then).
+bool OpenStandardDescriptors();
 
 using LogSink = std::function<void(std::string_view)>;
 // Installs `sink` (an empty function restores syslog/stderr); gives back the one before.

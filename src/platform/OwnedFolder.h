@@ -2,14 +2,11 @@
 // OwnedFolder: a folder opened by descriptor along a path that no other user could have
 // steered, for a process that must write only where it or root decides.
 //
-// The path is walked from "/" one name at a time, each opened relative to the folder
-// before it and never through a link it names. Every folder below "/" on the way, the
-// last one included, must be owned by root or by the process's effective user (for a
-// process running as root: by root), and so must every symbolic link met on the way;
-// such a link is read and its target walked the same way (at most 40 links). Whatever is
-// found where a folder should be is checked on the descriptor that was opened, so
-// swapping a name for a link or another folder while the walk runs makes the walk
-// refuse, never go elsewhere.
+// The path is walked as PathWalk walks it, with its strictest rules: every folder below "/"
+// on the way, the last one included, must be owned by root or by the process's effective
+// user (for a process running as root: by root), and so must every symbolic link met on
+// the way, the last one included, which is followed. Swapping a name for a link or
+// another folder while the walk runs makes the walk refuse, never go elsewhere.
 //
 // With `create`, a missing folder is made (mkdirat, mode 0700 set with fchmod so the
 // umask cannot change it) and the walk goes on into it.

@@ -14,31 +14,67 @@ using GlobalMethods::WriteStdOut;
 
 namespace {
 
+// A value as a failure line shows it: its bytes, but each control character (a line end
+// above all) percent-encoded as the configuration writes it, so every line is one job's
+// whole line and no value can start a line of its own.
+String Shown(const String& value) {
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  std::string shown;
+  shown.reserve(value.LenB());
+  for (const char c : value.Bytes()) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7F) {
+      shown += '%';
+      shown += kHex[byte >> 4];
+      shown += kHex[byte & 0xF];
+    } else {
+      shown += c;
+    }
+  }
+  return String(std::move(shown), value.Encoding());
+}
+
+bool HoldsNul(const String& value) { return value.Bytes().find('\0') != std::string::npos; }
+
 // The access control list alone. A record without a usable list has nothing to apply:
 // using its nil list raises NilObjectException, which ends the process unhandled.
 bool ApplyACL(const TraditionalPermissionsZRN& record, const FolderItemRef& target) {
   if (!NonNil(record.ACLRights)->SetFile(target, Acl::kExtended)) {
-    WriteStdOut("Failed to set ACL on: " + record.UnixFilePath);
+    WriteStdOut("Failed to set ACL on: " + Shown(record.UnixFilePath));
     return false;
   }
   return true;
 }
 
+void ReportOwner(const TraditionalPermissionsZRN& record) {
+  WriteStdOut("Failed to set file owner to \"" + Shown(record.Owner) + "\" on: " + Shown(record.UnixFilePath));
+}
+
+void ReportGroup(const TraditionalPermissionsZRN& record) {
+  WriteStdOut("Failed to set file group to \"" + Shown(record.Group) + "\" on: " + Shown(record.UnixFilePath));
+}
+
 // Owner, group, then mode: a change of owner clears the set-id bits, so the mode comes last.
+// A name holding a NUL byte names no account: the job stops before its first change, with
+// the line of the step that names it.
 bool ApplyOwnerGroupMode(const TraditionalPermissionsZRN& record, const FolderItemRef& target) {
+  if (HoldsNul(record.Owner) || HoldsNul(record.Group)) {
+    HoldsNul(record.Owner) ? ReportOwner(record) : ReportGroup(record);
+    return false;
+  }
   target->SetOwner(record.Owner);
   if (target->LastErrorCode() != 0) {
-    WriteStdOut("Failed to set file owner to \"" + record.Owner + "\" on: " + record.UnixFilePath);
+    ReportOwner(record);
     return false;
   }
   target->SetGroup(record.Group);
   if (target->LastErrorCode() != 0) {
-    WriteStdOut("Failed to set file group to \"" + record.Group + "\" on: " + record.UnixFilePath);
+    ReportGroup(record);
     return false;
   }
   target->SetPermissions(record.xPermissions);
   if (target->LastErrorCode() != 0) {
-    WriteStdOut("Failed to set file permissions on: " + record.UnixFilePath);
+    WriteStdOut("Failed to set file permissions on: " + Shown(record.UnixFilePath));
     return false;
   }
   return true;
@@ -49,7 +85,7 @@ bool ApplyOwnerGroupMode(const TraditionalPermissionsZRN& record, const FolderIt
 bool ApplyRecord(const TraditionalPermissionsZRN& record, bool applyACL) {
   const FolderItemRef target = PathToFolderItem(record.UnixFilePath);
   if (!target || !target->Locate()) {
-    WriteStdOut("File not found: " + record.UnixFilePath);
+    WriteStdOut("File not found: " + Shown(record.UnixFilePath));
     return false;
   }
   return applyACL ? ApplyACL(record, target) : ApplyOwnerGroupMode(record, target);

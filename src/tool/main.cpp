@@ -28,6 +28,10 @@ int ReportUnhandled(const std::exception& e) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (!grantwright::OpenStandardDescriptors()) {
+    grantwright::System::DebugLog("The standard descriptors could not be opened on /dev/null.");
+    return grantwright::kUnhandledExceptionStatus;
+  }
   // A parent that closes its end of the pipe must not kill the job half way.
   std::signal(SIGPIPE, SIG_IGN);
   grantwright::ConfineAccountLookupsWhenStatic();

@@ -73,6 +73,13 @@ String UrlDecodedText(std::string_view text) {
   return String(std::move(bytes), Encodings::UTF8());
 }
 
+// The decoded bytes as they are, tagged UTF-8 only when they are UTF-8.
+String ExactText(std::string_view text) {
+  std::string bytes = DecodedURLBytes(text);
+  const bool utf8 = Encodings::UTF8()->IsValidData(bytes);
+  return String(std::move(bytes), utf8 ? Encodings::UTF8() : nullptr);
+}
+
 void LogTooDeep() {
   System::DebugLog(String("The XML could not be decoded: it nests containers more than ") +
                    Str(static_cast<int64_t>(kMaxContainerDepth)) + " deep.");
@@ -82,6 +89,7 @@ void LogTooDeep() {
 // walk stops and every level gives nil up to the top, which reports it.
 class Decoder {
  public:
+  explicit Decoder(StringValues strings = StringValues::kUtf8Text) : strings_(strings) {}
   Variant Value(const XmlNode& node) { return Value(node, node.AttributeView("datatype")); }
   bool TooDeep() const { return tooDeep_; }
 
@@ -91,6 +99,7 @@ class Decoder {
   Variant DictionaryOf(const XmlNode& node);
   Variant ArrayOf(const XmlNode& node);
 
+  StringValues strings_;
   int depth_ = 0;
   bool tooDeep_ = false;
 };
@@ -103,7 +112,9 @@ Variant Decoder::Value(const XmlNode& node, std::string_view datatype) {
     case Row::kDictionary:
     case Row::kArray: return Container(node, row == Row::kArray);
     case Row::kUnknown: return Variant();
-    case Row::kString: return UrlDecodedText(first.ValueView());
+    case Row::kString:
+      return strings_ == StringValues::kExactBytes ? ExactText(first.ValueView())
+                                                   : UrlDecodedText(first.ValueView());
     case Row::kUntyped: return String(first.ValueView());
     case Row::kTimeStamp: return ExtensionDate::GMTTimeStampToLocalDateZRN(String(first.ValueView()));
     default: break;
@@ -163,13 +174,13 @@ Variant Decoder::ArrayOf(const XmlNode& node) {
 
 }  // namespace
 
-DictionaryRef AsDictionaryFromXMLStringZRN(const String& text) {
+DictionaryRef AsDictionaryFromXMLStringZRN(const String& text, StringValues strings) {
   if (text.IsEmpty()) return nullptr;
   const XmlNode root = XMLData::CreateFromString(text, /*showDialog=*/false)->GetNode("");
   if (!root) return nullptr;
   auto dict = std::make_shared<Dictionary>();
   dict->Reserve(root.ChildCount());
-  Decoder decoder;
+  Decoder decoder(strings);
   for (XmlNode child = root.FirstChild(); child; child = child.NextSibling()) {
     Variant value = decoder.Value(child);
     if (decoder.TooDeep()) {

@@ -57,7 +57,13 @@ inline constexpr int kMaxContainerDepth = 512;
 // log) and for a document that nests too deep. A root without children gives an empty
 // Dictionary; a comment ahead of the root element stands in for the root, so it gives one
 // too. Exceptions from the conversions pass through to the caller.
-DictionaryRef AsDictionaryFromXMLStringZRN(const String& text);
+//
+// With StringValues::kExactBytes a "String" value is the URL-decoded bytes exactly: tagged
+// UTF-8 when they are valid UTF-8, untagged otherwise, NUL bytes kept. That is how a
+// configuration names files and accounts, whose names are bytes.
+enum class StringValues { kUtf8Text, kExactBytes };
+DictionaryRef AsDictionaryFromXMLStringZRN(const String& text,
+                                           StringValues strings = StringValues::kUtf8Text);
 
 // The value of one node, by the table above; it reads the children of "Dictionary" and
 // "Array" elements itself. A nil node raises NilObjectException. A node whose containers

@@ -148,7 +148,7 @@ std::string State(const std::vector<std::string>& items) {
 
 // Files and folders of every mode, owners and groups with and without a name, lists with
 // named entries and default lists, under names with blanks, %, +, non-ASCII text, markup
-// and a line end: captured, scrambled, restored by the helper (owner branch, then -a where
+// a line end and bytes that are no UTF-8: captured, scrambled, restored by the helper (owner branch, then -a where
 // the item has a list: a configuration without one has nothing for -a), and compared.
 TEST(RoundTrip, EveryModeOwnerGroupListAndNameComesBack) {
   GRANTWRIGHT_REQUIRE_ROOT();
@@ -161,11 +161,12 @@ TEST(RoundTrip, EveryModeOwnerGroupListAndNameComesBack) {
       {"-m", "g:nogroup:rw-,u:nobody:--x"},
       {"-m", "g:daemon:r--", "-d", "-m", "u:nobody:rwx,g:daemon:r-x"},  // default list: folders only
   };
-  const char* names[] = {"notes v2.txt", "100% + more", "Grüße 日本", "line\nbreak", "&lt;<tag>\"'"};
+  const char* names[] = {"notes v2.txt", "100% + more", "Grüße 日本", "line\nbreak", "&lt;<tag>\"'",
+                         "bytes \x80\xFE\xFF\xC3 no UTF-8"};
   std::vector<std::string> items;
   std::vector<std::vector<std::string>> capture, restore, restoreList;
   for (uint32_t mode = 0; mode < 4096; mode += kModeStep) {
-    const std::string name = names[mode % 5] + std::string("-") + std::to_string(mode);
+    const std::string name = names[mode % 6] + std::string("-") + std::to_string(mode);
     const std::string item = dir / name;
     const bool folder = mode % 2 == 1;
     ASSERT_TRUE(folder ? ::mkdir(item.c_str(), 0700) == 0 : !dir.Write(name, "x").empty());

@@ -1,0 +1,173 @@
+#include "platform/PathWalk.h"
+
+#include <fcntl.h>
+#include <limits.h>
+#include <linux/openat2.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <string_view>
+#include <vector>
+
+namespace grantwright {
+
+namespace {
+
+// As many as the kernel's own path walk follows.
+constexpr int kMaxLinks = 40;
+
+using Status = PathWalkResult::Status;
+
+// Puts the names of `path` on the stack `names`, the first name on top. Empty names (from
+// "//") are dropped; a trailing "/" after a name stands as a last ".". `path` is not empty.
+void PushNames(std::string_view path, std::vector<std::string>& names) {
+  if (path.back() == '/' && path.find_first_not_of('/') != std::string_view::npos) names.emplace_back(".");
+  size_t end = path.size();
+  while (end > 0) {
+    const size_t slash = path.rfind('/', end - 1);
+    const size_t start = slash == std::string_view::npos ? 0 : slash + 1;
+    if (end > start) names.emplace_back(path.substr(start, end - start));
+    if (slash == std::string_view::npos) break;
+    end = slash;
+  }
+}
+
+bool IsDotOrDotDot(const std::string& name) { return name == "." || name == ".."; }
+
+// Whether nothing but "." and ".." is left, so the item just opened is the path's end.
+bool OnlyDotsLeft(const std::vector<std::string>& names) {
+  return std::all_of(names.begin(), names.end(), IsDotOrDotDot);
+}
+
+bool IsOwned(const struct stat& st) { return st.st_uid == 0 || st.st_uid == ::geteuid(); }
+
+// The target of the link that `link` (an O_PATH descriptor of the link itself) holds.
+bool ReadLink(int link, std::string& target) {
+  char buffer[PATH_MAX];
+  const ssize_t n = ::readlinkat(link, "", buffer, sizeof buffer);
+  if (n <= 0 || static_cast<size_t>(n) >= sizeof buffer) return false;
+  target.assign(buffer, static_cast<size_t>(n));
+  return true;
+}
+
+// A folder this process made gets exactly 0700, whatever the umask took away.
+bool MakePrivate(int folder) {
+  const Descriptor open(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return open.Get() >= 0 && ::fchmod(open.Get(), 0700) == 0;
+}
+
+PathWalkResult Failed(Status status, int error) {
+  PathWalkResult result;
+  result.status = status;
+  result.error = error;
+  return result;
+}
+
+PathWalkResult Found(Descriptor item, const struct stat& st, bool isRoot) {
+  PathWalkResult result;
+  result.status = Status::kFound;
+  result.item = std::move(item);
+  result.type = st.st_mode & S_IFMT;
+  result.isRoot = isRoot;
+  return result;
+}
+
+// A path with no symbolic link anywhere needs no walk: the kernel resolves it in one call
+// and refuses any link but the last, which O_NOFOLLOW gives as itself. True when that
+// settled the walk; false when a link stands on the way (or openat2 is not available), so
+// the walk has to look at it.
+bool ResolveWithoutLinks(const std::string& path, PathWalkResult& result) {
+  open_how how{};
+  how.flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
+  how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
+  Descriptor item(static_cast<int>(::syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how)));
+  if (item.Get() < 0) {
+    const int error = errno;
+    if (error == ELOOP || error == ENOSYS || error == EPERM || error == E2BIG || error == EXDEV) {
+      return false;
+    }
+    result = Failed(error == ENOENT ? Status::kMissing : Status::kFailed, error);
+    return true;
+  }
+  struct stat st;
+  if (::fstat(item.Get(), &st) != 0) {
+    result = Failed(Status::kFailed, errno);
+    return true;
+  }
+  result = Found(std::move(item), st, false);
+  return true;
+}
+
+}  // namespace
+
+PathWalkResult WalkPath(const std::string& path, const PathWalkRules& rules) {
+  if (path.empty() || path.front() != '/') return Failed(Status::kFailed, EINVAL);
+  const bool plain = !rules.foldersOwned && !rules.createFolders && !rules.followLastLink;
+  if (PathWalkResult result; plain && ResolveWithoutLinks(path, result)) return result;
+
+  std::vector<std::string> names;
+  PushNames(path, names);
+  // "/" is root's on any system this runs on, so it is not checked: that saves three
+  // system calls of every walk. Names are looked up in it by their absolute path.
+  Descriptor folder(AT_FDCWD);
+  struct stat folderStat {};
+  std::string walked;
+  int links = 0;
+  while (!names.empty()) {
+    const bool atRoot = folder.Get() == AT_FDCWD;
+    const std::string name = std::move(names.back());
+    names.pop_back();
+    const std::string lookup = atRoot ? "/" + name : name;
+    Descriptor next(::openat(folder.Get(), lookup.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    bool made = false;
+    if (next.Get() < 0 && errno == ENOENT && rules.createFolders) {
+      made = ::mkdirat(folder.Get(), lookup.c_str(), 0700) == 0;
+      if (!made && errno != EEXIST) return Failed(Status::kFailed, errno);
+      next.Reset(::openat(folder.Get(), lookup.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    }
+    if (next.Get() < 0) return Failed(errno == ENOENT ? Status::kMissing : Status::kFailed, errno);
+    struct stat st;
+    if (::fstat(next.Get(), &st) != 0) return Failed(Status::kFailed, errno);
+    const std::string here = walked.empty() ? "/" + name : walked + "/" + name;
+    const bool link = S_ISLNK(st.st_mode);
+    if (link && !rules.followLastLink && OnlyDotsLeft(names)) {
+      return Found(std::move(next), st, false);  // the link itself is the item
+    }
+    if ((link || rules.foldersOwned) && !IsOwned(st)) {
+      PathWalkResult result = Failed(Status::kNotTrusted, EACCES);
+      result.culprit = here;
+      result.owner = st.st_uid;
+      return result;
+    }
+    if (link) {
+      std::string target;
+      if (++links > kMaxLinks) return Failed(Status::kFailed, ELOOP);
+      if (!ReadLink(next.Get(), target)) return Failed(Status::kFailed, errno ? errno : ENAMETOOLONG);
+      if (target.front() == '/') {
+        folder.Reset(AT_FDCWD);
+        walked.clear();
+      }
+      PushNames(target, names);
+      continue;
+    }
+    if (names.empty() && !rules.foldersOwned) return Found(std::move(next), st, false);
+    if (!S_ISDIR(st.st_mode)) return Failed(Status::kFailed, ENOTDIR);
+    if (made && !MakePrivate(next.Get())) return Failed(Status::kFailed, errno);
+    folder = std::move(next);
+    folderStat = st;
+    walked = here;
+  }
+  if (folder.Get() == AT_FDCWD) {
+    // The path ends at "/" itself.
+    Descriptor root(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    struct stat st;
+    if (root.Get() < 0 || ::fstat(root.Get(), &st) != 0) return Failed(Status::kFailed, errno);
+    return Found(std::move(root), st, true);
+  }
+  return Found(std::move(folder), folderStat, false);
+}
+
+}  // namespace grantwright
