@@ -11,35 +11,16 @@
 #include <fstream>
 #include <sstream>
 
-#include "permissions/TraditionalPermissionsZRN.h"
 #include "platform/UrlCoding.h"
 #include "support/ExtraAccounts.h"
 #include "support/TestSupport.h"
-#include "xml/XMLExtension.h"
+#include "tool/Jobs.h"
 
 namespace grantwright::testing {
 namespace {
 
 // fchmodat2, newer than this system's headers; the same number on every architecture.
 constexpr long kFchmodat2 = 452;
-
-// A configuration as `grantwright capture` writes it; an empty list is left out.
-std::string Job(const std::string& owner, const std::string& group, const std::string& path, uint32_t mode,
-                const std::string& acl = "") {
-  TraditionalPermissionsZRN record;
-  record.Owner = owner;
-  record.Group = group;
-  record.UnixFilePath = path;
-  record.xPermissions = std::make_shared<Permissions>(mode);
-  const DictionaryRef dict = record.GetDictionary();
-  if (!acl.empty()) dict->SetValue("RawACLRights", String(acl));
-  return XMLExtension::AsXMLStringFromDictionaryZRN(dict, "r").Bytes();
-}
-
-// "uid gid mode" (the mode in octal), then getfacl's listing.
-std::string StateOf(const std::string& path) {
-  return ::grantwright::testing::Run({"/usr/bin/stat", "-c", "%u %g %a", path}).out + Getfacl(path);
-}
 
 TEST(Helper, WorkedExampleSetsOwnerGroupAndModeAndLeavesNamedEntries) {
   GRANTWRIGHT_REQUIRE_ROOT();
@@ -221,12 +202,12 @@ std::string TraceHelper(const std::vector<std::string>& args, ProcessResult& res
   return "the helper is not linked statically in this build";
 #endif
   if (::access("/usr/bin/strace", X_OK) != 0) return "strace is not installed";
-  if (::grantwright::testing::Run({"/usr/bin/strace", "-o", "/dev/null", "/bin/true"}).status != 0) return "strace cannot trace here";
+  if (Run({"/usr/bin/strace", "-o", "/dev/null", "/bin/true"}).status != 0) return "strace cannot trace here";
   TempDir dir;
   std::vector<std::string> argv{"/usr/bin/strace", "-f", "-qq", "-o", dir / "log",
                                 "-e", "trace=execve,fork,vfork,clone,clone3,open,openat,openat2", HelperPath()};
   argv.insert(argv.end(), args.begin(), args.end());
-  result = ::grantwright::testing::Run(argv);
+  result = Run(argv);
   std::ifstream log(dir / "log");
   for (std::string line; std::getline(log, line);) {
     // "<pid> <call>(<arguments>": a resumed half of a call reads "<pid> <... call resumed>".
