@@ -137,8 +137,7 @@ std::optional<long long> QualifierId(bool user, const std::string& qualifier) {
 // libacl made. False when a qualifier names no account or group, or when the list holds
 // more than Acl::kMaxEntries entries.
 bool PinQualifiers(std::string_view entries, std::string& out,
-                   std::multiset<std::pair<acl_tag_t, long long>>& named) {
-  size_t count = 0;
+                   std::multiset<std::pair<acl_tag_t, long long>>& named, size_t& count) {
   while (!entries.empty()) {
     const size_t end = entries.find_first_of(",\n");
     const std::string_view entry = Trimmed(entries.substr(0, end));
@@ -169,11 +168,11 @@ bool PinQualifiers(std::string_view entries, std::string& out,
 
 // The list libacl makes of `entries`, or null when a qualifier is refused (PinQualifiers),
 // libacl refuses a line, an entry stands twice, or libacl took an id for another (a name
-// of digits that is also an account's).
-AclHandle ParsedList(std::string_view entries) {
+// of digits that is also an account's). `count` is the number of entries read.
+AclHandle ParsedList(std::string_view entries, size_t& count) {
   std::string pinned;
   std::multiset<std::pair<acl_tag_t, long long>> named;
-  if (!PinQualifiers(entries, pinned, named)) return nullptr;
+  if (!PinQualifiers(entries, pinned, named, count)) return nullptr;
   AclHandle list(acl_from_text(pinned.c_str()));
   if (!list || HasDuplicateEntries(list.get())) return nullptr;
   std::multiset<std::pair<acl_tag_t, long long>> made;
@@ -227,12 +226,16 @@ AclRef Acl::NewACLFromText(const String& text) {
   if (accessText.empty() && defaultText.empty()) return nullptr;
 
   auto lists = std::make_unique<Lists>();
-  lists->access = ParsedList(accessText);
+  size_t accessEntries = 0;
+  size_t defaultEntries = 0;
+  lists->access = ParsedList(accessText, accessEntries);
   if (!lists->access) return nullptr;
   if (!defaultText.empty()) {
-    lists->defaultList = ParsedList(defaultText);
+    lists->defaultList = ParsedList(defaultText, defaultEntries);
     if (!lists->defaultList) return nullptr;
   }
+  if (accessEntries + defaultEntries == 0) return nullptr;  // only separators and comments
+  if (defaultEntries == 0) lists->defaultList.reset();
   return AclRef(new Acl(std::move(lists)));
 }
 

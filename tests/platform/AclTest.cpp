@@ -29,6 +29,7 @@ TEST(Acl, TextComesOutInLibaclsOrderAndForm) {
       "user:daemon:r--\nuser:daemon:rwx\n",
       "default:group:bin:r--\ndefault:group:bin:r-x\n",
       std::string("user::rw-\0user:daemon:rwx\n", 27),
+      ",\nd:, # no entry\n",
   };
   for (const std::string& text : refused) EXPECT_EQ(Acl::NewACLFromText(String(text)), nullptr) << text;
 }
