@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/Exceptions.h"
+#include "platform/OutOfMemory.h"
 
 namespace grantwright {
 
@@ -116,7 +117,10 @@ bool ConsumePrefix(std::string_view& text, std::string_view prefix) {
 void AppendLines(std::string& out, acl_t acl, const char* prefix) {
   if (acl == nullptr || acl_entries(acl) <= 0) return;
   char* text = acl_to_any_text(acl, prefix, '\n', 0);
-  if (text == nullptr) return;
+  if (text == nullptr) {
+    ThrowIfOutOfMemory(errno);
+    return;
+  }
   out += text;
   out += '\n';
   acl_free(text);
@@ -151,9 +155,11 @@ AclRef Acl::NewACLFromText(const String& text) {
 
   auto lists = std::make_unique<Lists>();
   lists->access.reset(acl_from_text(accessText.c_str()));
+  if (!lists->access) ThrowIfOutOfMemory(errno);
   if (!lists->access || HasDuplicateEntries(lists->access.get())) return nullptr;
   if (!defaultText.empty()) {
     lists->defaultList.reset(acl_from_text(defaultText.c_str()));
+    if (!lists->defaultList) ThrowIfOutOfMemory(errno);
     if (!lists->defaultList || HasDuplicateEntries(lists->defaultList.get())) return nullptr;
   }
   return AclRef(new Acl(std::move(lists)));
@@ -164,10 +170,14 @@ AclRef Acl::NewACLFromFile(const String& path, int type) {
   const std::string native = path.Utf8();
   auto lists = std::make_unique<Lists>();
   lists->access.reset(acl_get_file(native.c_str(), ACL_TYPE_ACCESS));
-  if (!lists->access) return nullptr;
+  if (!lists->access) {
+    ThrowIfOutOfMemory(errno);
+    return nullptr;
+  }
   struct stat st;
   if (::stat(native.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
     lists->defaultList.reset(acl_get_file(native.c_str(), ACL_TYPE_DEFAULT));
+    if (!lists->defaultList) ThrowIfOutOfMemory(errno);
     if (lists->defaultList && acl_entries(lists->defaultList.get()) <= 0) {
       lists->defaultList.reset();
     }
@@ -197,8 +207,10 @@ bool Acl::SetFile(const FolderItemRef& file, int type) const {
   // nothing.
   const std::string path = FolderItem::DescriptorPath(fd);
   const AclHandle current(acl_get_file(path.c_str(), ACL_TYPE_ACCESS));
+  if (!current) ThrowIfOutOfMemory(errno);
   if (!current) return false;
   const AclHandle access = Completed(lists_->access.get(), current.get());
+  if (!access) ThrowIfOutOfMemory(errno);
   if (!access || acl_valid(access.get()) != 0) return false;
   AclHandle defaults;
   if (lists_->defaultList) {
@@ -208,6 +220,7 @@ bool Acl::SetFile(const FolderItemRef& file, int type) const {
     const bool hasDefault = currentDefault && acl_entries(currentDefault.get()) > 0;
     defaults = Completed(lists_->defaultList.get(),
                          hasDefault ? currentDefault.get() : access.get());
+    if (!defaults) ThrowIfOutOfMemory(errno);
     if (!defaults || acl_valid(defaults.get()) != 0) return false;
   }
 
