@@ -11,8 +11,8 @@ namespace grantwright::Commands {
 
 // The explanation of `config` (not nil) as indented JSON text with a final line end. Text
 // that is not UTF-8 shows with U+FFFD in place of its bad bytes. Time and memory grow in
-// proportion to the number of values: each JSON object and array is built member after
-// member, with no lookup of the members before. Running out of memory throws
+// proportion to the number of values: the text is written member after member, with no
+// document tree and no lookup of the members before. Running out of memory throws
 // std::bad_alloc; it is never shown as the helper's ending.
 std::string Explanation(const DictionaryRef& config);
 

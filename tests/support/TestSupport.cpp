@@ -8,6 +8,7 @@
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -161,6 +162,9 @@ StartedProcess Start(const std::vector<std::string>& argv, const RunOptions& opt
     std::vector<char*> args;
     for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
     args.push_back(nullptr);
+    // Last: this process may use more already, and only the new program must fit.
+    const rlimit space{options.addressSpace, options.addressSpace};
+    if (options.addressSpace != 0 && ::setrlimit(RLIMIT_AS, &space) != 0) _exit(126);
     ::execv(args[0], args.data());
     _exit(127);
   }

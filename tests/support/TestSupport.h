@@ -42,6 +42,9 @@ struct RunOptions {
   // System calls (numbers, __NR_*) the process is refused with EPERM, through a seccomp
   // filter installed before it starts: a real refusal at the kernel boundary.
   std::vector<long> refusedSyscalls = {};
+  // The process's address space is limited to this many bytes (RLIMIT_AS, as `ulimit -v`
+  // sets it); 0 leaves it as it is.
+  size_t addressSpace = 0;
 };
 
 // Runs `argv` (argv[0] is the program's path) and waits for it.
