@@ -13,7 +13,7 @@ namespace grantwright::ConfigurationFile {
 
 // The largest configuration read: 16 MiB (16777216 bytes). A real configuration is a few
 // hundred bytes, and one whose list names as many entries as a Linux file system can store
-// on a file stays below 2 MB. Reading and decoding take time and memory in proportion to
+// on a file is about 2 MB at most. Reading and decoding take time and memory in proportion to
 // the file (about nine bytes of memory a byte), so this bounds both.
 inline constexpr uint64_t kMaxBytes = 16 * 1024 * 1024;
 
