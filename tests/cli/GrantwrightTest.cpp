@@ -185,14 +185,11 @@ TEST(Explain, RunningOutOfMemoryIsOneLineAtEveryLimit) {
   std::string xml = "<config><Owner datatype=\"String\">root</Owner>";
   for (int i = 0; i < 10000; ++i) xml += "<K" + std::to_string(i) + " datatype=\"Integer\">1</K" + std::to_string(i) + ">";
   const std::string config = dir.Write("config.xml", xml + "</config>");
-  size_t least = 1 << 20;
-  while (least < (256u << 20) &&
-         RunWith({CommandPath(), "explain", dir / "missing"}, {}, {.addressSpace = least}).status != 1) {
-    least += 256 << 10;
-  }
+  const size_t least = LeastAddressSpace({CommandPath(), "explain", dir / "missing"}, 1);
+  ASSERT_GT(least, 0u);
   int ended = 0;
   int explained = 0;
-  for (size_t limit = least; limit < least + (16u << 20); limit += 128 << 10) {
+  for (size_t limit = least; limit < least + (12u << 20); limit += 256 << 10) {
     const ProcessResult r = RunWith({CommandPath(), "explain", config}, {}, {.addressSpace = limit});
     if (r.status == 0) {
       ++explained;

@@ -191,6 +191,18 @@ ProcessResult Run(const std::vector<std::string>& argv, const RunOptions& option
   return Finish(Start(argv, options));
 }
 
+size_t LeastAddressSpace(const std::vector<std::string>& argv, int status) {
+  const auto runs = [&](size_t limit) { return Run(argv, {.addressSpace = limit}).status == status; };
+  size_t low = 1 << 20;
+  size_t high = 1 << 30;
+  if (!runs(high)) return 0;
+  while (high - low > (64 << 10)) {
+    const size_t middle = low + (high - low) / 2;
+    (runs(middle) ? high : low) = middle;
+  }
+  return high;
+}
+
 std::vector<ProcessResult> RunAll(const std::vector<std::vector<std::string>>& argvList,
                                   size_t parallel) {
   std::vector<ProcessResult> results;

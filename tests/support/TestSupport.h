@@ -56,6 +56,11 @@ ProcessResult RunHelper(const std::vector<std::string>& args, const RunOptions& 
 std::vector<ProcessResult> RunAll(const std::vector<std::vector<std::string>>& argvList,
                                   size_t parallel = 8);
 
+// The least address space (RLIMIT_AS, to 64 kB) in which `argv` runs to its own end with
+// `status`: below it the program's image and start-up do not fit. Found by bisection
+// between 1 MB and 1 GB; 0 when it does not end so even with 1 GB.
+size_t LeastAddressSpace(const std::vector<std::string>& argv, int status);
+
 std::string HelperPath();
 std::string CommandPath();  // the built `grantwright`
 std::string LinkSwapperPath();  // the tests' racer, support/link_swapper.c

@@ -232,13 +232,11 @@ TEST(Helper, RunningOutOfMemoryEndsUnhandledAtEveryLimit) {
   const std::string job = dir.Write("job.xml", xml);
   // Below some limit the program's own image does not fit; a missing configuration, its
   // first failure, finds that limit.
-  size_t least = 1 << 20;
-  while (least < (64u << 20) && RunHelper({"-f", dir / "missing"}, {.addressSpace = least}).status != 254) {
-    least += 64 << 10;
-  }
+  const size_t least = LeastAddressSpace({HelperPath(), "-f", dir / "missing"}, 254);
+  ASSERT_GT(least, 0u);
   int ended = 0;
   int applied = 0;
-  for (size_t limit = least; limit < least + (10u << 20); limit += 64 << 10) {
+  for (size_t limit = least; limit < least + (10u << 20); limit += 128 << 10) {
     for (const std::vector<std::string>& args : {std::vector<std::string>{"-f", job}, {"-a", "-f", job}}) {
       const ProcessResult r = RunHelper(args, {.addressSpace = limit});
       if (r.status == 0 && r.out.empty()) {
