@@ -1,8 +1,8 @@
 #include "config/ConfigurationFile.h"
 
-#include "fileutil/FolderItemExtension.h"
 #include <string>
 
+#include "fileutil/FolderItemExtension.h"
 #include "platform/FolderItem.h"
 #include "platform/Log.h"
 #include "xml/XMLExtension.h"
