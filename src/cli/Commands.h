@@ -3,14 +3,18 @@
 // result on standard output, a failure as one line on standard error, and gives the
 // process's exit status: 0, or 1 after a failure.
 
+#include <optional>
 #include <string>
 
 namespace grantwright::Commands {
 
 // Captures the record of the file at `file` and writes its typed configuration (owner,
 // group, mode and, when the file has one, its access control list) on standard output, or,
-// when `output` is not empty, into that file (replaced atomically, mode 0600).
-int Capture(const std::string& file, const std::string& output);
+// when an `output` is given, into that file (replaced atomically, mode 0600). An output
+// that would destroy the input or cannot be a file is refused before anything is written,
+// with "cannot write <output>: " and the reason: an empty path, a folder (or a link to
+// one), and the captured file itself by any path, hard link or symbolic link.
+int Capture(const std::string& file, const std::optional<std::string>& output);
 
 // Reads the configuration at `configPath` as the helper does and prints, as JSON, the
 // decoded values with their types and the record the helper would apply. Changes nothing.

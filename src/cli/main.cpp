@@ -3,6 +3,8 @@
 
 #include <cstring>
 #include <exception>
+#include <new>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,7 +22,8 @@ constexpr const char* kHelp =
     "       grantwright explain <config path>\n"
     "\n"
     "  capture   writes the configuration that restores <file>'s owner, group, mode and\n"
-    "            access control list, on standard output or into <config path> (mode 0600)\n"
+    "            access control list, on standard output or into <config path> (mode 0600),\n"
+    "            which must be neither <file> itself nor a folder\n"
     "  explain   shows, as JSON, what a configuration holds and what the helper would apply\n"
     "\n"
     "Round trip:\n"
@@ -43,7 +46,7 @@ int Run(const std::vector<std::string>& args) {
     return 0;
   }
   if (command == "capture" && (args.size() == 2 || (args.size() == 4 && args[2] == "-o"))) {
-    return grantwright::Commands::Capture(args[1], args.size() == 4 ? args[3] : std::string());
+    return grantwright::Commands::Capture(args[1], args.size() == 4 ? std::optional(args[3]) : std::nullopt);
   }
   if (command == "explain" && args.size() == 2) return grantwright::Commands::Explain(args[1]);
   return Usage();
@@ -58,6 +61,10 @@ int main(int argc, char** argv) {
   }
   try {
     return Run(std::vector<std::string>(argv + 1, argv + argc));
+  } catch (const std::bad_alloc&) {
+    // Whatever ran short has been given back on the way here.
+    grantwright::MsgBox(grantwright::String("grantwright: out of memory"));
+    return 1;
   } catch (const grantwright::RuntimeException& e) {
     std::string line = std::string("grantwright: ") + e.ClassName();
     if (!e.Message().empty()) line += ": " + e.Message();

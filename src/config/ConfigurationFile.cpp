@@ -1,7 +1,10 @@
 #include "config/ConfigurationFile.h"
 
+#include <string>
+
 #include "fileutil/FolderItemExtension.h"
 #include "platform/FolderItem.h"
+#include "platform/Log.h"
 #include "xml/XMLExtension.h"
 
 namespace grantwright::ConfigurationFile {
@@ -10,6 +13,12 @@ DictionaryRef Read(const String& configPath, const std::function<void(const Stri
   const FolderItemRef configFile = PathToFolderItem(configPath);
   if (!configFile || !configFile->Exists()) {
     report("Missing config file!");
+    return nullptr;
+  }
+  if (configFile->Length() > kMaxBytes) {
+    System::DebugLog(String("Configuration file is larger than " + std::to_string(kMaxBytes) +
+                            " bytes, not read: " + configFile->NativePath()));
+    report("Failed to read config file!");
     return nullptr;
   }
   String text;

@@ -9,6 +9,7 @@
 #include <csignal>
 
 #include "platform/FileIO.h"
+#include "platform/OutOfMemory.h"
 
 namespace grantwright::AccountDatabase {
 
@@ -64,13 +65,14 @@ pid_t Start(const char* program, char* const argv[], int& readEnd) {
   ::posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
   char* const noEnvironment[] = {nullptr};
   pid_t pid = -1;
-  if (::posix_spawn(&pid, program, &actions, &attributes, argv, noEnvironment) != 0) pid = -1;
+  const int error = ::posix_spawn(&pid, program, &actions, &attributes, argv, noEnvironment);
   ::posix_spawn_file_actions_destroy(&actions);
   ::posix_spawnattr_destroy(&attributes);
   // The parent never writes to the pipe: its end closes with nothing that could be lost.
   CloseReadDescriptor(pipeEnds[1]);
-  if (pid < 0) {
+  if (error != 0) {
     CloseReadDescriptor(pipeEnds[0]);
+    ThrowIfOutOfMemory(error);
     return -1;
   }
   readEnd = pipeEnds[0];

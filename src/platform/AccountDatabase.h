@@ -64,7 +64,8 @@ std::optional<Entry> EntryOf(std::string_view answer);
 // The entry that `getent` (a program taking getent's arguments) gives for `key` in
 // `database`. A key of decimal digits is an id to getent, anything else a name. Nothing
 // when the key is empty or holds a NUL, ":" or a line end (no entry of either database
-// can be named so), when the program cannot be started, when it ends with a status other
+// can be named so), when the program cannot be started (for want of memory it throws
+// std::bad_alloc), when it ends with a status other
 // than 0 or by a signal, and when the first kMaxAnswerBytes of its answer give no
 // EntryOf. The rest of a longer answer (a group's long member list) is read and dropped.
 std::optional<Entry> Ask(std::string_view database, const std::string& key, const char* getent = kGetent);

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/AccountDatabase.h"
+#include "platform/OutOfMemory.h"
 
 namespace grantwright {
 
@@ -40,6 +41,7 @@ int LookUp(const String& name, std::string_view database, Lookup lookup, Id Entr
          buffer.size() < (size_t{1} << 20)) {
     buffer.resize(buffer.size() * 2);
   }
+  ThrowIfOutOfMemory(error);
   if (found != nullptr) {
     id = entry.*idField;
     return 0;
@@ -67,10 +69,12 @@ String NameOf(Id id, std::string_view database, Lookup lookup, char* Entry::*nam
   std::vector<char> buffer(1024);
   Entry entry;
   Entry* found = nullptr;
-  while (lookup(id, &entry, buffer.data(), buffer.size(), &found) == ERANGE &&
+  int error;
+  while ((error = lookup(id, &entry, buffer.data(), buffer.size(), &found)) == ERANGE &&
          buffer.size() < (size_t{1} << 20)) {
     buffer.resize(buffer.size() * 2);
   }
+  ThrowIfOutOfMemory(error);
   if (found != nullptr && entry.*nameField != nullptr) return String(std::string(entry.*nameField));
   const std::string decimal = std::to_string(id);
   if (IsStatic()) {

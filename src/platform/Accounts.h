@@ -20,7 +20,8 @@ namespace grantwright {
 // such a key for an id. Gives 0
 // and sets `id`, or an errno: EINVAL for an empty name, one holding a NUL byte, and one
 // that is neither a name in the database nor such an id; the database's own errno when
-// the lookup itself failed.
+// the lookup itself failed. A lookup that runs out of memory throws std::bad_alloc, here
+// and in UserName and GroupName.
 int LookUpUserId(const String& name, uid_t& id);
 int LookUpGroupId(const String& name, gid_t& id);
 

@@ -15,6 +15,7 @@
 #include "platform/Exceptions.h"
 #include "platform/FileChanges.h"
 #include "platform/ProcFiles.h"
+#include "platform/OutOfMemory.h"
 
 namespace grantwright {
 
@@ -174,6 +175,7 @@ AclHandle ParsedList(std::string_view entries, size_t& count) {
   std::multiset<std::pair<acl_tag_t, long long>> named;
   if (!PinQualifiers(entries, pinned, named, count)) return nullptr;
   AclHandle list(acl_from_text(pinned.c_str()));
+  if (!list) ThrowIfOutOfMemory(errno);
   if (!list || HasDuplicateEntries(list.get())) return nullptr;
   std::multiset<std::pair<acl_tag_t, long long>> made;
   ForEachEntry(list.get(), [&](acl_entry_t e) {
@@ -192,7 +194,10 @@ AclHandle ParsedList(std::string_view entries, size_t& count) {
 void AppendLines(std::string& out, acl_t acl, const char* prefix) {
   if (acl == nullptr || acl_entries(acl) <= 0) return;
   char* text = acl_to_any_text(acl, prefix, '\n', 0);
-  if (text == nullptr) return;
+  if (text == nullptr) {
+    ThrowIfOutOfMemory(errno);
+    return;
+  }
   out += text;
   out += '\n';
   acl_free(text);
@@ -244,10 +249,14 @@ AclRef Acl::NewACLFromFile(const String& path, int type) {
   const std::string native = path.Utf8();
   auto lists = std::make_unique<Lists>();
   lists->access.reset(acl_get_file(native.c_str(), ACL_TYPE_ACCESS));
-  if (!lists->access) return nullptr;
+  if (!lists->access) {
+    ThrowIfOutOfMemory(errno);
+    return nullptr;
+  }
   struct stat st;
   if (::stat(native.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
     lists->defaultList.reset(acl_get_file(native.c_str(), ACL_TYPE_DEFAULT));
+    if (!lists->defaultList) ThrowIfOutOfMemory(errno);
     if (lists->defaultList && acl_entries(lists->defaultList.get()) <= 0) {
       lists->defaultList.reset();
     }
@@ -278,8 +287,10 @@ bool Acl::SetFile(const FolderItemRef& file, int type) const {
   const std::string path = ProcPathOf(fd);
   if (path.empty()) return false;
   const AclHandle current(acl_get_file(path.c_str(), ACL_TYPE_ACCESS));
+  if (!current) ThrowIfOutOfMemory(errno);
   if (!current) return false;
   const AclHandle access = Completed(lists_->access.get(), current.get());
+  if (!access) ThrowIfOutOfMemory(errno);
   if (!access || acl_valid(access.get()) != 0) return false;
   AclHandle defaults;
   if (lists_->defaultList) {
@@ -289,6 +300,7 @@ bool Acl::SetFile(const FolderItemRef& file, int type) const {
     const bool hasDefault = currentDefault && acl_entries(currentDefault.get()) > 0;
     defaults = Completed(lists_->defaultList.get(),
                          hasDefault ? currentDefault.get() : access.get());
+    if (!defaults) ThrowIfOutOfMemory(errno);
     if (!defaults || acl_valid(defaults.get()) != 0) return false;
   }
   return CurrentFileChanges().ChangeLists(fd, access.get(), defaults.get(), folder) == 0;

@@ -13,6 +13,9 @@
 // entries); and it replaces the default list by the list's "default:" lines, or removes it
 // when there are none. Base entries are the mode's permission bits, so applying a list may
 // change those; it never changes owner, group, or the set-id and sticky bits.
+//
+// Running out of memory in libacl throws std::bad_alloc: it never reads as a text that is
+// no list, a file without a list, or a list the file refused.
 
 #include <memory>
 

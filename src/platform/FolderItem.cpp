@@ -6,12 +6,14 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <utility>
 
 #include "platform/Accounts.h"
 #include "platform/Exceptions.h"
 #include "platform/FileChanges.h"
 #include "platform/PathWalk.h"
 #include "platform/ProcFiles.h"
+#include "platform/OutOfMemory.h"
 
 namespace grantwright {
 
@@ -78,6 +80,38 @@ String FolderItem::Group() {
 uint32_t FolderItem::PermissionsMode() {
   struct stat st;
   return Examine(st) ? (st.st_mode & 07777) : 0;
+}
+
+uint64_t FolderItem::Length() {
+  struct stat st;
+  return Examine(st) ? static_cast<uint64_t>(st.st_size) : 0;
+}
+
+namespace {
+
+// The items `path` reaches: the last component as it stands and, for a symbolic link, as
+// it resolves. Each as device and inode; {0, 0} where there is none.
+std::pair<std::pair<dev_t, ino_t>, std::pair<dev_t, ino_t>> Identities(const std::string& path) {
+  struct stat st;
+  std::pair<dev_t, ino_t> itself{0, 0};
+  std::pair<dev_t, ino_t> resolved{0, 0};
+  if (::lstat(path.c_str(), &st) == 0) itself = {st.st_dev, st.st_ino};
+  if (::stat(path.c_str(), &st) == 0) resolved = {st.st_dev, st.st_ino};
+  return {itself, resolved};
+}
+
+}  // namespace
+
+bool FolderItem::IsSameItem(const FolderItem& other) const {
+  const auto [mine, mineResolved] = Identities(path_);
+  const auto [theirs, theirsResolved] = Identities(other.path_);
+  const std::pair<dev_t, ino_t> none{0, 0};
+  for (const auto& a : {mine, mineResolved}) {
+    for (const auto& b : {theirs, theirsResolved}) {
+      if (a != none && a == b) return true;
+    }
+  }
+  return false;
 }
 
 bool FolderItem::Locate() {
@@ -161,7 +195,10 @@ FolderItemRef PathToFolderItem(const String& path) {
   if (bytes.empty() || bytes.find('\0') != std::string::npos) return nullptr;
   if (bytes[0] == '/') return std::make_shared<FolderItem>(bytes);
   char* cwd = ::getcwd(nullptr, 0);
-  if (cwd == nullptr) return nullptr;
+  if (cwd == nullptr) {
+    ThrowIfOutOfMemory(errno);
+    return nullptr;
+  }
   std::string absolute(cwd);
   std::free(cwd);
   absolute += absolute.back() == '/' ? "" : "/";

@@ -65,6 +65,15 @@ class FolderItem : public Object {
   String Owner();
   String Group();
   uint32_t PermissionsMode();
+  // The item's size in bytes (a symbolic link counts by what it points to); 0 for an item
+  // that cannot be examined, with LastErrorCode the errno.
+  uint64_t Length();
+
+  // Whether this path and `other`'s reach one item, the same inode of the same file
+  // system: by any spelling, through a hard link, and with a symbolic link in the last
+  // component counted both as itself and as what it points to. False when either path
+  // names no item.
+  bool IsSameItem(const FolderItem& other) const;
 
   // Finds the item that the path names now as the one later changes go to, and gives
   // whether it is there, as Exists does: a symbolic link counts by what it points to (and
@@ -109,7 +118,8 @@ class FolderItem : public Object {
 using FolderItemRef = std::shared_ptr<FolderItem>;
 
 // The item a POSIX path names; nil for an empty path, one that holds a NUL byte, or a
-// relative one when the current folder cannot be found.
+// relative one when the current folder cannot be found (std::bad_alloc when memory is
+// short).
 FolderItemRef PathToFolderItem(const String& path);
 
 }  // namespace grantwright

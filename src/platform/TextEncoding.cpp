@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "platform/OutOfMemory.h"
 #include "platform/Utf8.h"
 
 namespace grantwright {
@@ -100,7 +101,10 @@ size_t CodeUnitSize(const TextEncoding* encoding) {
 std::string IconvConvert(std::string_view in, const char* from, const char* to,
                          size_t inUnit, std::string_view replacement) {
   iconv_t cd = iconv_open(to, from);
-  if (cd == reinterpret_cast<iconv_t>(-1)) return std::string();
+  if (cd == reinterpret_cast<iconv_t>(-1)) {
+    ThrowIfOutOfMemory(errno);
+    return std::string();
+  }
   std::string out;
   out.resize(in.size() * 2 + 16);
   char* inPtr = const_cast<char*>(in.data());

@@ -3,6 +3,7 @@
 #include <pugixml.hpp>
 
 #include <cctype>
+#include <new>
 
 #include "platform/BinaryStream.h"
 #include "platform/Exceptions.h"
@@ -26,6 +27,7 @@ struct XmlTree {
   }
   pugi::xml_node Staging() {
     if (staging == nullptr) staging = doc.append_child(pugi::node_element).internal_object();
+    if (staging == nullptr) throw std::bad_alloc();
     return pugi::xml_node(staging);
   }
   // Drops the staging element once nothing waits in it.
@@ -125,7 +127,14 @@ void XmlNode::SetValue(const String& value) {
   const bool done = attribute_ != nullptr
                         ? pugi::xml_attribute(attribute_).set_value(bytes.data(), bytes.size())
                         : Node(node_).set_value(bytes.data(), bytes.size());
-  if (!done) throw XmlException("This kind of node holds no text of its own");
+  if (done) return;
+  const pugi::xml_node_type type = Node(node_).type();
+  // A node that holds text fails only for want of memory.
+  if (attribute_ != nullptr || type == pugi::node_pcdata || type == pugi::node_cdata ||
+      type == pugi::node_comment || type == pugi::node_pi || type == pugi::node_doctype) {
+    throw std::bad_alloc();
+  }
+  throw XmlException("This kind of node holds no text of its own");
 }
 
 size_t XmlNode::ChildCount() const {
@@ -211,7 +220,8 @@ void XmlNode::SetAttribute(const String& name, const String& value) {
   if (!IsXmlName(bytes)) throw XmlException("Not an XML name: " + bytes);
   pugi::xml_attribute a = Node(node_).attribute(bytes.c_str());
   if (!a) a = Node(node_).append_attribute(bytes.c_str());
-  a.set_value(Utf8Bytes(value).c_str());
+  // On an element, pugixml fails these only for want of memory.
+  if (!a || !a.set_value(Utf8Bytes(value).c_str())) throw std::bad_alloc();
 }
 
 String XmlNode::ToString(bool indented) const {
@@ -347,21 +357,22 @@ XmlNode XmlDocument::CreateElement(const String& name) {
   const std::string bytes = Utf8Bytes(name);
   if (!IsXmlName(bytes)) throw XmlException("Not an XML name: " + bytes);
   pugi::xml_node element = tree_->Staging().append_child(pugi::node_element);
-  element.set_name(bytes.c_str());
+  // Below the staging element, pugixml fails these only for want of memory.
+  if (!element || !element.set_name(bytes.c_str())) throw std::bad_alloc();
   return XmlNode(tree_, element.internal_object(), nullptr);
 }
 
 XmlNode XmlDocument::CreateComment(const String& text) {
   pugi::xml_node node = tree_->Staging().append_child(pugi::node_comment);
   const std::string bytes = Utf8Bytes(text);
-  node.set_value(bytes.data(), bytes.size());
+  if (!node || !node.set_value(bytes.data(), bytes.size())) throw std::bad_alloc();
   return XmlNode(tree_, node.internal_object(), nullptr);
 }
 
 XmlNode XmlDocument::CreateTextNode(const String& text) {
   pugi::xml_node node = tree_->Staging().append_child(pugi::node_pcdata);
   const std::string bytes = Utf8Bytes(text);
-  node.set_value(bytes.data(), bytes.size());
+  if (!node || !node.set_value(bytes.data(), bytes.size())) throw std::bad_alloc();
   return XmlNode(tree_, node.internal_object(), nullptr);
 }
 

@@ -5,7 +5,9 @@
 // and a default-constructed handle is nil. Every handle holds a counted reference to its
 // document's tree, so a node stays usable for as long as any handle to it is held, also
 // after the XmlDocument it came from is gone. Using a nil handle raises
-// NilObjectException, as using any nil object does.
+// NilObjectException, as using any nil object does. Running out of memory, in a load, a
+// query or a change, throws std::bad_alloc: it never reads as a document that is no XML
+// or as a change the node does not take.
 //
 // Parsing: text is loaded under XmlLoadPolicy, the one policy for XML from outside
 // the program (document type declarations, UTF-8, character references). Besides:

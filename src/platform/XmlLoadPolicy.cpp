@@ -1,5 +1,7 @@
 #include "platform/XmlLoadPolicy.h"
 
+#include <new>
+
 #include "platform/Utf8.h"
 #include "platform/XmlCharacterReferences.h"
 
@@ -68,6 +70,7 @@ Outcome Load(pugi::xml_document& document, std::string_view bytes, unsigned opti
              pugi::xml_encoding encoding) {
   const pugi::xml_parse_result result =
       document.load_buffer(bytes.data(), bytes.size(), options | pugi::parse_doctype, encoding);
+  if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
   // Offsets point into the bytes as read only when pugixml converted nothing.
   const bool asRead = result.encoding == pugi::encoding_utf8;
   if (asRead) {

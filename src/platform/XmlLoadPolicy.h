@@ -47,7 +47,8 @@ struct Outcome {
 // (pugi::encoding_auto finds it from a byte order mark, the first bytes or the
 // declaration), then holds the document to the rules above. An accepted document type
 // declaration is not in the tree. After a failure `document` holds what pugixml made of
-// the bytes; the caller drops it.
+// the bytes; the caller drops it. Running out of memory is no outcome: it throws
+// std::bad_alloc.
 Outcome Load(pugi::xml_document& document, std::string_view bytes, unsigned options,
              pugi::xml_encoding encoding);
 

@@ -140,6 +140,70 @@ TEST(Explain, FailuresAndUsage) {
   EXPECT_NE(help.out.find("grantwright-helper -a -f"), std::string::npos);
 }
 
+// capture never writes over what it captures: an output that is the captured file by any
+// name, a folder, or empty is refused with its reason before anything is written.
+TEST(Capture, RefusesAnOutputThatWouldDestroyItsInput) {
+  TempDir dir;
+  const std::string file = dir.Write("f", "the captured file");
+  const std::string folder = dir / "d";
+  ASSERT_EQ(::mkdir(folder.c_str(), 0700), 0);
+  ASSERT_EQ(::link(file.c_str(), (dir / "hard").c_str()), 0);
+  ASSERT_EQ(::symlink(file.c_str(), (dir / "soft").c_str()), 0);
+  ASSERT_EQ(::symlink(folder.c_str(), (dir / "to-folder").c_str()), 0);
+  const std::string itself = ": it is the captured file\n";
+  const struct {
+    std::string input, output, reason;
+  } cases[] = {
+      {file, file, itself},
+      {file, dir / "d/../f", itself},
+      {file, dir / "hard", itself},
+      {file, dir / "soft", itself},
+      {dir / "soft", dir / "soft", itself},  // a link is captured through, and is an input too
+      {dir / "soft", file, itself},
+      {file, folder, ": it is a folder\n"},
+      {file, dir / "to-folder", ": it is a folder\n"},
+      {file, "", ": the output path is empty\n"},
+  };
+  const std::string listing = RunWith({"/bin/ls", "-liA", dir.path()}).out;
+  for (const auto& c : cases) {
+    const ProcessResult r = RunWith({CommandPath(), "capture", c.input, "-o", c.output});
+    EXPECT_EQ(r.status, 1) << c.output;
+    EXPECT_EQ(r.err, "grantwright: cannot write " + (c.output.empty() ? "\"\"" : c.output) + c.reason);
+    EXPECT_EQ(RunWith({"/bin/cat", file}).out, "the captured file");
+    EXPECT_EQ(RunWith({"/bin/ls", "-liA", dir.path()}).out, listing) << c.output;
+  }
+}
+
+// Running short of memory ends explain with one line and status 1, never with a message
+// that blames the configuration: it runs under address space limits (ulimit -v) from the
+// least it starts with to more than it needs.
+TEST(Explain, RunningOutOfMemoryIsOneLineAtEveryLimit) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the sanitizers reserve more address space than the limits tried here";
+#endif
+  TempDir dir;
+  std::string xml = "<config><Owner datatype=\"String\">root</Owner>";
+  for (int i = 0; i < 10000; ++i) xml += "<K" + std::to_string(i) + " datatype=\"Integer\">1</K" + std::to_string(i) + ">";
+  const std::string config = dir.Write("config.xml", xml + "</config>");
+  const size_t least = LeastAddressSpace({CommandPath(), "explain", dir / "missing"}, 1);
+  ASSERT_GT(least, 0u);
+  int ended = 0;
+  int explained = 0;
+  for (size_t limit = least; limit < least + (12u << 20); limit += 256 << 10) {
+    const ProcessResult r = RunWith({CommandPath(), "explain", config}, {}, {.addressSpace = limit});
+    if (r.status == 0) {
+      ++explained;
+      EXPECT_EQ(json::parse(r.out)["configuration"].size(), 10001u) << limit;
+      continue;
+    }
+    ++ended;
+    EXPECT_EQ(r.status, 1) << limit;
+    EXPECT_EQ(r.out + r.err, "grantwright: out of memory\n") << limit;
+  }
+  EXPECT_GT(ended, 0);
+  EXPECT_GT(explained, 0);
+}
+
 // Each item's name, numeric owner, group and mode, then its whole list.
 std::string State(const std::vector<std::string>& items) {
   return RunWith({"/usr/bin/stat", "-c", "%n %u %g %a"}, items).out +

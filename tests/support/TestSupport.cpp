@@ -8,6 +8,7 @@
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -161,6 +162,9 @@ StartedProcess Start(const std::vector<std::string>& argv, const RunOptions& opt
     std::vector<char*> args;
     for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
     args.push_back(nullptr);
+    // Last: this process may use more already, and only the new program must fit.
+    const rlimit space{options.addressSpace, options.addressSpace};
+    if (options.addressSpace != 0 && ::setrlimit(RLIMIT_AS, &space) != 0) _exit(126);
     ::execv(args[0], args.data());
     _exit(127);
   }
@@ -185,6 +189,18 @@ ProcessResult Finish(const StartedProcess& process) {
 
 ProcessResult Run(const std::vector<std::string>& argv, const RunOptions& options) {
   return Finish(Start(argv, options));
+}
+
+size_t LeastAddressSpace(const std::vector<std::string>& argv, int status) {
+  const auto runs = [&](size_t limit) { return Run(argv, {.addressSpace = limit}).status == status; };
+  size_t low = 1 << 20;
+  size_t high = 1 << 30;
+  if (!runs(high)) return 0;
+  while (high - low > (64 << 10)) {
+    const size_t middle = low + (high - low) / 2;
+    (runs(middle) ? high : low) = middle;
+  }
+  return high;
 }
 
 std::vector<ProcessResult> RunAll(const std::vector<std::vector<std::string>>& argvList,

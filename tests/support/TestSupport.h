@@ -42,6 +42,9 @@ struct RunOptions {
   // System calls (numbers, __NR_*) the process is refused with EPERM, through a seccomp
   // filter installed before it starts: a real refusal at the kernel boundary.
   std::vector<long> refusedSyscalls = {};
+  // The process's address space is limited to this many bytes (RLIMIT_AS, as `ulimit -v`
+  // sets it); 0 leaves it as it is.
+  size_t addressSpace = 0;
 };
 
 // Runs `argv` (argv[0] is the program's path) and waits for it.
@@ -52,6 +55,11 @@ ProcessResult RunHelper(const std::vector<std::string>& args, const RunOptions& 
 // Each must write little (a pipe's worth): their outputs are read one by one.
 std::vector<ProcessResult> RunAll(const std::vector<std::vector<std::string>>& argvList,
                                   size_t parallel = 8);
+
+// The least address space (RLIMIT_AS, to 64 kB) in which `argv` runs to its own end with
+// `status`: below it the program's image and start-up do not fit. Found by bisection
+// between 1 MB and 1 GB; 0 when it does not end so even with 1 GB.
+size_t LeastAddressSpace(const std::vector<std::string>& argv, int status);
 
 std::string HelperPath();
 std::string CommandPath();  // the built `grantwright`

@@ -11,6 +11,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "config/ConfigurationFile.h"
+#include "permissions/TraditionalPermissionsZRN.h"
 #include "platform/UrlCoding.h"
 #include "support/ExtraAccounts.h"
 #include "support/TestSupport.h"
@@ -112,6 +114,10 @@ TEST(Helper, EachFailureEndsWithItsLineAndStatus) {
       {{"-f", secret}, "", 254, "Failed to read config file!\n",
        cannotRead + "ReadContentsSmartZRN() failed as the file was not found or readable.\n", asNobody},
       {{"-f", job}, "", 254, badXml},
+      // The configuration's size bound: up to it the file is read, past it not.
+      {{"-f", job}, std::string(ConfigurationFile::kMaxBytes, ' '), 254, badXml},
+      {{"-f", job}, std::string(ConfigurationFile::kMaxBytes + 1, ' '), 254, "Failed to read config file!\n",
+       "Configuration file is larger than 16777216 bytes, not read: " + job + "\n"},
       {{"-f", job}, std::string(100000, '\0'), 254, badXml},
       {{"-f", job}, "<config><Owner datatype=\"String\">root</Own", 254, badXml},
       {{"-f", job}, Job("daemon", "daemon", missing, 0644), 254, "File not found: " + missing + "\n"},
@@ -184,6 +190,82 @@ TEST(Helper, ListsThatDoNotBothFitLeaveTheFolderAsItWas) {
   EXPECT_EQ(r.out, "Failed to set ACL on: " + folder + "\n");
   EXPECT_EQ(r.status, 254);
   EXPECT_EQ(Getfacl(folder), before);
+}
+
+// Two things the kernel decides, and that mode tokens are read ignoring case. Setting a
+// list on a set-group-id file keeps the bit for root, but a caller outside the file's group
+// loses it, as with chmod. And "UID", "Gid", "STICKY", "Read" set their bits.
+TEST(Helper, WhatTheKernelDecidesAndTokensInAnyCase) {
+  GRANTWRIGHT_REQUIRE_ROOT();
+  TempDir dir;
+  ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
+  const std::string file = dir.Write("file", "x");
+  const std::string list = "user::rwx\nuser:daemon:r--\ngroup::r-x\nmask::r-x\nother::---\n";
+  const RunOptions asNobody{.uid = 65534, .gid = 65534};
+  const struct {
+    RunOptions options;
+    const char* after;
+  } cases[] = {
+      {{}, "65534 0 2750"},       // root keeps set-group-id
+      {asNobody, "65534 0 750"},  // nobody, outside group root, loses it
+  };
+  for (const auto& c : cases) {
+    ASSERT_EQ(::chown(file.c_str(), 65534, 0), 0);
+    ASSERT_EQ(::chmod(file.c_str(), 02700), 0);
+    const ProcessResult r = RunHelper({"-a", "-f", dir.Write("job.xml", Job("", "", file, 0, list))}, c.options);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(StateOf(file), c.after + ("\n" + list) + "\n");
+  }
+
+  const std::string tokens =
+      "<r><Owner datatype=\"String\">root</Owner><Group datatype=\"String\">root</Group>"
+      "<UnixFilePath datatype=\"String\">" + EncodingToURL(file).Bytes() + "</UnixFilePath>"
+      "<PermsOwner datatype=\"Array\"><array_0 datatype=\"String\">Read</array_0>"
+      "<array_1 datatype=\"String\">WRITE</array_1></PermsOwner>"
+      "<PermsOthers datatype=\"Array\"><array_0 datatype=\"String\">eXecute</array_0></PermsOthers>"
+      "<PermsExtras datatype=\"Array\"><array_0 datatype=\"String\">UID</array_0>"
+      "<array_1 datatype=\"String\">Gid</array_1><array_2 datatype=\"String\">STICKY</array_2></PermsExtras></r>";
+  const ProcessResult r = RunHelper({"-f", dir.Write("job.xml", tokens)});
+  EXPECT_EQ(r.status, 0) << r.out;
+  EXPECT_EQ(::grantwright::testing::Run({"/usr/bin/stat", "-c", "%a", file}).out, "7601\n");
+}
+
+// Running short of memory anywhere in a run ends it as the unhandled exception, never as a
+// fault of the configuration, the list or the accounts. The helper runs under address
+// space limits (ulimit -v) from the least it starts with to more than the job needs.
+TEST(Helper, RunningOutOfMemoryEndsUnhandledAtEveryLimit) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the sanitizers reserve more address space than the limits tried here";
+#endif
+  TempDir dir;
+  const std::string file = dir.Write("file", "x");
+  // Some 400 kB of keys besides the record's: the parse is where most limits stop it.
+  std::string xml = Job(std::to_string(::getuid()), std::to_string(::getgid()), file, 0640, "user:daemon:r--\n");
+  std::string keys;
+  for (int i = 0; i < 10000; ++i) keys += "<K" + std::to_string(i) + " datatype=\"String\">v</K" + std::to_string(i) + ">";
+  xml.insert(xml.rfind("</r>"), keys);
+  const std::string job = dir.Write("job.xml", xml);
+  // Below some limit the program's own image does not fit; a missing configuration, its
+  // first failure, finds that limit.
+  const size_t least = LeastAddressSpace({HelperPath(), "-f", dir / "missing"}, 254);
+  ASSERT_GT(least, 0u);
+  int ended = 0;
+  int applied = 0;
+  for (size_t limit = least; limit < least + (10u << 20); limit += 128 << 10) {
+    for (const std::vector<std::string>& args : {std::vector<std::string>{"-f", job}, {"-a", "-f", job}}) {
+      const ProcessResult r = RunHelper(args, {.addressSpace = limit});
+      if (r.status == 0 && r.out.empty()) {
+        ++applied;
+        continue;
+      }
+      ++ended;
+      EXPECT_EQ(r.out, "Unhandled exception: OutOfMemoryException\n") << args[0] << " under " << limit;
+      EXPECT_EQ(r.status, 253) << args[0] << " under " << limit;
+    }
+  }
+  EXPECT_GT(ended, 0);
+  EXPECT_GT(applied, 0);
 }
 
 // What a helper run did, as strace saw it: the programs it executed (itself first), the
