@@ -5,6 +5,7 @@
 
 #include "cli/Commands.h"
 #include "config/ConfigurationFile.h"
+#include "filerefs/SmartFolderItemZRN.h"
 #include "permissions/TraditionalPermissionsZRN.h"
 #include "platform/Base64.h"
 #include "platform/Date.h"
@@ -80,6 +81,12 @@ ordered_json Describe(const Variant& value) {
     }());
   if (const auto picture = value.ObjectAs<Picture>()) {
     return Typed("Picture", ordered_json{{"width", picture->Width()}, {"height", picture->Height()}});
+  }
+  if (const auto reference = value.ObjectAs<SmartFolderItemZRN>()) {
+    const FolderItemRef file = reference->GetFile();
+    ordered_json found{{"path", nullptr}, {"exists", file && file->Exists()}};
+    if (file) found["path"] = file->NativePath();
+    return Typed("SmartFolderItemZRN", std::move(found));
   }
   return Typed(value.ObjectValue()->ClassName(), nullptr);
 }
