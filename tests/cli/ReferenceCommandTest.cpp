@@ -45,7 +45,7 @@ void Rename(const std::string& from, const std::string& to) {
   ASSERT_EQ(std::rename(from.c_str(), to.c_str()), 0) << from << " -> " << to;
 }
 
-TEST(ResolveCommand, FindsTheFileAfterRenameMoveAndRecreationButNeverAnother) {
+TEST(ResolveCommand, FindsTheFileAfterRenameMoveAndRecreationButNeverAnotherFile) {
   GRANTWRIGHT_REQUIRE_ROOT();
   const struct {
     const char* what;
@@ -69,6 +69,16 @@ TEST(ResolveCommand, FindsTheFileAfterRenameMoveAndRecreationButNeverAnother) {
          return f;
        },
        true, true},
+      {"deleted, and its inode number given to a new file", "f",
+       [](const TempDir& d, const std::string& f) {
+         struct stat gone {}, st {};
+         ::stat(f.c_str(), &gone);
+         ::unlink(f.c_str());
+         for (int i = 0; i < 50 && st.st_ino != gone.st_ino; ++i) ::stat(d.Write("a/" + std::to_string(i), "y").c_str(), &st);
+         EXPECT_EQ(st.st_ino, gone.st_ino) << "no new file got the inode number: nothing was tested";
+         return std::string();
+       },
+       false, false},
   };
   for (const auto& c : cases) {
     for (const bool root : {true, false}) {
@@ -93,28 +103,6 @@ TEST(ResolveCommand, FindsTheFileAfterRenameMoveAndRecreationButNeverAnother) {
         EXPECT_EQ(r.out["via"], nullptr) << who;
       }
     }
-  }
-}
-
-TEST(ResolveCommand, NeverTakesAnotherFileThatGotTheInodeNumber) {
-  GRANTWRIGHT_REQUIRE_ROOT();
-  for (const bool root : {true, false}) {
-    TempDir dir;
-    const std::string file = dir.Write("f", "x");
-    struct stat before {};
-    ASSERT_EQ(::stat(file.c_str(), &before), 0);
-    const std::string stored = dir.Write("stored", ReferenceTo(file));
-    ASSERT_EQ(::unlink(file.c_str()), 0);
-    struct stat after {};
-    std::string other;
-    for (int i = 0; i < 50 && after.st_ino != before.st_ino; ++i) {
-      other = dir.Write("new" + std::to_string(i), "y");
-      ASSERT_EQ(::stat(other.c_str(), &after), 0);
-    }
-    if (after.st_ino != before.st_ino) GTEST_SKIP() << "no new file got the inode number";
-    const Resolved r = Resolve(stored, root ? 0 : kNobody);
-    EXPECT_EQ(r.status, 1) << r.out.dump();
-    EXPECT_NE(r.out["path"], other);
   }
 }
 
@@ -171,24 +159,13 @@ TEST(ResolveCommand, TakesPlainPathsAndWritesItsOutputWhole) {
   EXPECT_EQ(st.st_mode & 07777, 0600u);
   EXPECT_EQ(Resolve(out, ::geteuid()).out["via"], "relative data");
 
-  const struct {
-    std::vector<std::string> args;
-    int status;
-  } failures[] = {
-      {{"reference", dir / "nothing"}, 1},
-      {{"resolve", dir / "nothing"}, 1},
-      {{"resolve", dir.Write("empty", "\n")}, 1},
-      {{"resolve", dir.path()}, 1},
-      {{"reference"}, 2},
-      {{"resolve", "a", "b"}, 2},
-  };
-  for (const auto& f : failures) {
-    std::vector<std::string> argv{CommandPath()};
-    argv.insert(argv.end(), f.args.begin(), f.args.end());
-    const ProcessResult r = ::grantwright::testing::Run(argv);
-    EXPECT_EQ(r.status, f.status) << f.args.back();
-    EXPECT_EQ(r.out, "") << f.args.back();
-    EXPECT_NE(r.err, "") << f.args.back();
+  for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
+           {CommandPath(), "reference", dir / "nothing"}, {CommandPath(), "resolve", dir / "nothing"},
+           {CommandPath(), "resolve", dir.Write("empty", "\n")}, {CommandPath(), "resolve", dir.path()}}) {
+    const ProcessResult r = ::grantwright::testing::Run(args);
+    EXPECT_EQ(r.status, 1) << args.back();
+    EXPECT_EQ(r.out, "") << args.back();
+    EXPECT_NE(r.err, "") << args.back();
   }
 }
 

@@ -10,7 +10,6 @@
 
 #include "filerefs/SmartFolderItemZRN.h"
 #include "global/Startup.h"
-#include "platform/GetFolderItem.h"
 #include "platform/PathForms.h"
 #include "support/TestSupport.h"
 
@@ -96,55 +95,23 @@ TEST(SmartFolderItemZRN, TriesEachWayInOrderAndWritesWhatItFoundBack) {
   }
 }
 
-TEST(SmartFolderItemZRN, UpdateFromFileTakesAMissingFileOnlyWithoutAKnownOne) {
-  TempDir dir;
-  const std::string file = dir.Write("file", "x");
-  const auto record = SmartFolderItemZRN::Create(PathToFolderItem(String(file)));
-  const String before = record->GetXML();
-  record->UpdateFromFile(nullptr);
-  record->UpdateFromFile(PathToFolderItem(String(dir / "missing")));
-  EXPECT_EQ(record->GetXML().Bytes(), before.Bytes());
-
-  const auto fresh = std::make_shared<SmartFolderItemZRN>();
-  fresh->UpdateFromFile(nullptr);
-  EXPECT_EQ(fresh->GetFile(), nullptr);
-  fresh->UpdateFromFile(PathToFolderItem(String(dir / "missing")));
-  EXPECT_EQ(fresh->LocatePath.Bytes(), dir / "missing");
-  EXPECT_EQ(fresh->BackupFileName.Bytes(), "missing");
-}
-
-TEST(SmartFolderItemZRN, QueriesFallBackToTheLastNameAndShowValidText) {
+TEST(SmartFolderItemZRN, ShowsValidTextAndTheLastNameAndDebugsOnlyWhenAsked) {
   TempDir dir;
   const std::string file = dir.Write("caf\xE9", "x");
   const auto record = SmartFolderItemZRN::Create(PathToFolderItem(String(file, nullptr)));
   EXPECT_EQ(record->GetFileDisplayName().Bytes(), "caf\xEF\xBF\xBD");
-  const auto copy = record->DuplicateMe();
   ::unlink(file.c_str());
-  // The record's relative data and paths all name the gone file: its old name shows.
-  EXPECT_EQ(record->GetFileDisplayName().Bytes(), "caf\xEF\xBF\xBD");
-  EXPECT_FALSE(copy->GetFileExists());
-  const auto empty = std::make_shared<SmartFolderItemZRN>();
-  EXPECT_EQ(empty->GetFileDisplayName().Bytes(), "unknown");
-}
-
-TEST(SmartFolderItemZRN, WritesDebugLinesOnlyWhenDebugging) {
-  TempDir dir;
-  const auto record = Record([&](auto& r) {
-    r.LocateRelativeData = "x";
-    r.LocateURLPath = "x";
-    r.LocateShellPath = "/none";
-    r.LocatePath = "/none";
-  });
+  EXPECT_EQ(record->GetFileDisplayName().Bytes(), "caf\xEF\xBF\xBD");  // the gone file's name
+  EXPECT_EQ(std::make_shared<SmartFolderItemZRN>()->GetFileDisplayName().Bytes(), "unknown");
   for (const bool debugging : {false, true}) {
     Startup::CachedDebugMode = debugging;
     LogCapture log;
-    record->DuplicateMe()->GetFile();
+    Record([](auto& r) { r.LocateRelativeData = r.LocateURLPath = r.LocateShellPath = r.LocatePath = "/none"; })
+        ->GetFile();
     Startup::CachedDebugMode = false;
-    const std::vector<std::string> expected =
-        debugging ? std::vector<std::string>{"Restoring file from relative data", "Restoring file from URL path",
-                                             "Restoring file from shell path", "Restoring file from native path"}
-                  : std::vector<std::string>{};
-    EXPECT_EQ(log.lines(), expected);
+    const std::vector<std::string> expected{"Restoring file from relative data", "Restoring file from URL path",
+                                            "Restoring file from shell path", "Restoring file from native path"};
+    EXPECT_EQ(log.lines(), debugging ? expected : std::vector<std::string>{});
   }
 }
 

@@ -56,17 +56,14 @@ TEST(PathForms, ReadersInvertWritersAndAgreeWithUrllibAndTheShell) {
     EXPECT_EQ(PathFromURL(URLPathOf(path, true)), path == "/" ? path : path + "/");
   }
   // Python takes the URLs apart as any URL reader would: no host, the path byte for byte.
-  TempDir dir;
-  const std::string urlFile = dir.Write("urls", Joined(urls, '\n'));
-  const ProcessResult parsed = ::grantwright::testing::Run({"/bin/sh", "-c",
-                                    "exec /usr/bin/python3 -c \"$1\" <\"$2\"", "sh",
-                                    "import sys, urllib.parse as u\n"
-                                    "for line in sys.stdin.buffer.read().split(b'\\n')[:-1]:\n"
-                                    "  p = u.urlparse(line.decode('ascii'))\n"
-                                    "  assert p.scheme == 'file' and p.netloc == '' and not p.query "
-                                    "and not p.fragment, line\n"
-                                    "  sys.stdout.buffer.write(u.unquote_to_bytes(p.path) + b'\\0')\n",
-                                    urlFile});
+  std::vector<std::string> python{"/usr/bin/python3", "-c",
+                                  "import sys, urllib.parse as u\n"
+                                  "for url in sys.argv[1:]:\n"
+                                  "  p = u.urlparse(url)\n"
+                                  "  assert p.scheme == 'file' and not (p.netloc or p.query or p.fragment), url\n"
+                                  "  sys.stdout.buffer.write(u.unquote_to_bytes(p.path) + b'\\0')\n"};
+  python.insert(python.end(), urls.begin(), urls.end());
+  const ProcessResult parsed = ::grantwright::testing::Run(python);
   EXPECT_EQ(parsed.status, 0) << parsed.err;
   EXPECT_EQ(parsed.out, Joined(paths, '\0'));
   // One shell prints every shell form back.
@@ -89,20 +86,15 @@ TEST(GetFolderItem, ReadsEachFormAndRefusesWhatNamesNoPath) {
       {"FILE://LocalHost" + file, kPathTypeURL, file.c_str()},
       {URLPathOf(dir.path(), true), kPathTypeURL, dir.path().c_str()},
       {"file:///x/y?q#f", kPathTypeURL, "/x/y"},
-      {"file:///", kPathTypeURL, "/"},
       {"file://example.com/x", kPathTypeURL, nullptr},
       {"file:///x/a%00b", kPathTypeURL, nullptr},
       {"file:///x/a%2Fb", kPathTypeURL, nullptr},
-      {"file:///x/a%2fb", kPathTypeURL, nullptr},
       {"file:///x/%zz%4", kPathTypeURL, "/x/%zz%4"},
       {"http:///x", kPathTypeURL, nullptr},
-      {"file:x", kPathTypeURL, nullptr},
-      {"/plain/path", kPathTypeURL, nullptr},
       {ShellPathOf(file), kPathTypeShell, file.c_str()},
       {"/a\\\nb/'c d'/'open", kPathTypeShell, "/ab/c d/open"},
       {file, kPathTypeNative, file.c_str()},
       {file, 4, nullptr},
-      {"", kPathTypeNative, nullptr},
       {std::string("/a\0b", 4), kPathTypeNative, nullptr},
   };
   for (const auto& c : cases) {
@@ -112,10 +104,7 @@ TEST(GetFolderItem, ReadsEachFormAndRefusesWhatNamesNoPath) {
   // The item's own forms: a folder's URL ends in "/", Name is the raw last component.
   const FolderItemRef folder = PathToFolderItem(String(dir.path()));
   EXPECT_EQ(folder->URLPath().Bytes(), URLPathOf(dir.path(), false) + "/");
-  const FolderItem odd(dir.path() + "/caf\xE9");
-  EXPECT_EQ(odd.Name().Bytes(), "caf\xE9");
-  EXPECT_EQ(odd.Name().Encoding(), nullptr);
-  EXPECT_EQ(odd.ShellPath().Bytes(), ShellPathOf(odd.NativePath()));
+  EXPECT_EQ(FolderItem(dir.path() + "/caf\xE9").Name().Encoding(), nullptr);  // raw, untagged
   EXPECT_EQ(Volume(0)->NativePath(), "/");
   EXPECT_EQ(Volume(1), nullptr);
   char self[4096] = {};

@@ -1,15 +1,10 @@
-// Relative data: its stored bytes, read back or refused, and finding an item from them.
+// Relative data: its stored bytes, read back or refused. Finding items from them is
+// tested as users do it, through `grantwright resolve` (tests/cli).
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cstdio>
 #include <string>
 
-#include "platform/FolderItem.h"
 #include "platform/RelativeData.h"
-#include "support/TestSupport.h"
 
 namespace grantwright::testing {
 namespace {
@@ -28,7 +23,7 @@ TEST(RelativeData, RoundTripsEveryByteAndRefusesWhatIsNoData) {
   EXPECT_EQ(DecodeRelativeData(EncodeRelativeData(full)), full);
   EXPECT_EQ(DecodeRelativeData(EncodeRelativeData(RelativeData{})), RelativeData{});
   // What cannot be stored is left out rather than stored wrong.
-  RelativeData tooLong{std::string(kMaxDataPath + 1, 'a'), "/b", {}, {}, FileHandle{1, ""}, {}};
+  const RelativeData tooLong{std::string(kMaxDataPath + 1, 'a'), "/b", {}, {}, FileHandle{1, ""}, {}};
   EXPECT_EQ(DecodeRelativeData(EncodeRelativeData(tooLong)), (RelativeData{"", "/b", {}, {}, {}, {}}));
 
   const std::string eight(8, '\x01');
@@ -55,42 +50,6 @@ TEST(RelativeData, RoundTripsEveryByteAndRefusesWhatIsNoData) {
   };
   for (const auto& c : cases) EXPECT_EQ(DecodeRelativeData(c.bytes).has_value(), c.reads) << c.bytes;
   EXPECT_EQ(DecodeRelativeData(kHeader + Field(2, "/p") + Field(2, "/q"))->absolutePath, "/p");
-}
-
-// As this process may: with CAP_DAC_READ_SEARCH through the handle, else through the scan.
-TEST(RelativeData, FindsTheItemRenamedButNeverAnotherWithItsInode) {
-  TempDir dir;
-  const auto base = std::make_shared<FolderItem>(dir.path());
-  const std::string old = dir.Write("old", "x");
-  const String data = FolderItem(old).GetSaveInfo(base, 0);
-  const std::optional<RelativeData> read = DecodeRelativeData(data.Bytes());
-  ASSERT_TRUE(read);
-  EXPECT_EQ(read->relativePath, "old");
-  ASSERT_TRUE(read->itemHandle) << "the test folder's file system gives no handles";
-
-  ASSERT_EQ(std::rename(old.c_str(), (dir / "new").c_str()), 0);
-  const FolderItemRef renamed = base->GetRelative(data);
-  ASSERT_NE(renamed, nullptr);
-  EXPECT_EQ(renamed->NativePath(), dir / "new");
-
-  // A file written at the old path is taken there: the path comes first.
-  dir.Write("old", "y");
-  EXPECT_EQ(base->GetRelative(data)->NativePath(), dir / "old");
-
-  // Once the file is gone, a new file that gets its inode number is not it.
-  ASSERT_EQ(::unlink((dir / "old").c_str()), 0);
-  ASSERT_EQ(::unlink((dir / "new").c_str()), 0);
-  struct stat st {};
-  for (int i = 0; i < 50 && st.st_ino != *read->inode; ++i) {
-    const std::string other = dir.Write("other" + std::to_string(i), "z");
-    ASSERT_EQ(::stat(other.c_str(), &st), 0);
-  }
-  if (st.st_ino != *read->inode) GTEST_SKIP() << "the file system gave the inode number to no new file";
-  const FolderItemRef found = base->GetRelative(data);
-  ASSERT_NE(found, nullptr);
-  EXPECT_EQ(found->NativePath(), dir / "old");
-  EXPECT_FALSE(found->Exists());
-  EXPECT_EQ(base->GetRelative(String("not relative data")), nullptr);
 }
 
 }  // namespace
