@@ -4,7 +4,6 @@
 #include "filerefs/SmartFolderItemZRN.h"
 #include "platform/FileIO.h"
 #include "platform/Log.h"
-#include "prefs/CorePreferences.h"
 
 namespace grantwright::Commands {
 
@@ -20,7 +19,6 @@ int Fail(const std::string& message) {
 int Reference(const std::string& file, const std::string& output) {
   const FolderItemRef item = PathToFolderItem(String(file, nullptr));
   if (!item || !item->Exists()) return Fail(file + ": " + ErrorText(ENOENT));
-  CorePreferences::Load();
   const SmartFolderItemZRNRef reference = SmartFolderItemZRN::Create(item);
   const std::string stored = reference->GetXML().Bytes() + "\n";
   if (output.empty()) {
