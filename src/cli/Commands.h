@@ -20,4 +20,15 @@ int Capture(const std::string& file, const std::optional<std::string>& output);
 // decoded values with their types and the record the helper would apply. Changes nothing.
 int Explain(const std::string& configPath);
 
+// Writes the stored form of a reference to the file at `file` (which must exist) on
+// standard output, followed by a line end, or into `output` (replaced atomically, mode
+// 0600).
+int Reference(const std::string& file, const std::string& output);
+
+// Reads the file `storedPath`, whose whole content less one trailing line end is a stored
+// reference (the XML form, or a plain path), resolves it and prints as JSON the file found
+// (path, exists), the way it was found, its display name and the updated stored form.
+// Status 0 when an existing file was found, 1 otherwise.
+int Resolve(const std::string& storedPath);
+
 }  // namespace grantwright::Commands

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string_view>
 
+#include "filerefs/SmartFolderItemZRN.h"
 #include "permissions/TraditionalPermissionsZRN.h"
 #include "platform/Base64.h"
 #include "platform/Date.h"
@@ -178,6 +179,22 @@ void AppendValue(std::string& out, int depth, const Variant& value) {
       const int64_t size[] = {picture->Width(), picture->Height()};
       AppendObject(out, depth + 1, 2, [](size_t i) { return i == 0 ? "width" : "height"; },
                    [&](size_t i) { AppendInteger(out, size[i]); });
+    });
+  }
+  if (const auto reference = value.ObjectAs<SmartFolderItemZRN>()) {
+    // The file the reference finds now, and whether it is there.
+    return typed("SmartFolderItemZRN", [&] {
+      const FolderItemRef file = reference->GetFile();
+      AppendObject(out, depth + 1, 2, [](size_t i) { return i == 0 ? "path" : "exists"; },
+                   [&](size_t i) {
+                     if (i == 1) {
+                       out += file && file->Exists() ? "true" : "false";
+                     } else if (file) {
+                       AppendString(out, file->NativePath());
+                     } else {
+                       out += "null";
+                     }
+                   });
     });
   }
   typed(value.ObjectValue()->ClassName(), [&] { out += "null"; });

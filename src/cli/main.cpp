@@ -1,5 +1,5 @@
-// grantwright: capture a file's access rights into a configuration, and explain a
-// configuration as the helper reads it.
+// grantwright: capture a file's access rights into a configuration, explain a
+// configuration as the helper reads it, and make and resolve references to files.
 
 #include <cstring>
 #include <exception>
@@ -20,11 +20,17 @@ namespace {
 constexpr const char* kHelp =
     "usage: grantwright capture <file> [-o <config path>]\n"
     "       grantwright explain <config path>\n"
+    "       grantwright reference <file> [-o <stored path>]\n"
+    "       grantwright resolve <stored path>\n"
     "\n"
     "  capture   writes the configuration that restores <file>'s owner, group, mode and\n"
     "            access control list, on standard output or into <config path> (mode 0600),\n"
     "            which must be neither <file> itself nor a folder\n"
     "  explain   shows, as JSON, what a configuration holds and what the helper would apply\n"
+    "  reference writes a reference to <file> that finds it again after a rename or a move,\n"
+    "            on standard output or into <stored path> (mode 0600)\n"
+    "  resolve   finds the file of the reference (or plain path) <stored path> holds and shows\n"
+    "            it as JSON; status 0 when the file exists, 1 when it was not found\n"
     "\n"
     "Round trip:\n"
     "  grantwright capture /srv/data -o data.xml   # now\n"
@@ -49,6 +55,10 @@ int Run(const std::vector<std::string>& args) {
     return grantwright::Commands::Capture(args[1], args.size() == 4 ? std::optional(args[3]) : std::nullopt);
   }
   if (command == "explain" && args.size() == 2) return grantwright::Commands::Explain(args[1]);
+  if (command == "reference" && (args.size() == 2 || (args.size() == 4 && args[2] == "-o"))) {
+    return grantwright::Commands::Reference(args[1], args.size() == 4 ? args[3] : std::string());
+  }
+  if (command == "resolve" && args.size() == 2) return grantwright::Commands::Resolve(args[1]);
   return Usage();
 }
 

@@ -78,4 +78,29 @@ int ReplaceFileBeside(const std::string& path, std::string_view bytes, mode_t mo
 
 std::string ErrorText(int errorNumber) { return std::strerror(errorNumber); }
 
+int ReadWholeFile(const std::string& path, size_t maxBytes, std::string& content) {
+  content.clear();
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return errno;
+  struct stat st;
+  int error = 0;
+  if (::fstat(fd, &st) != 0) {
+    error = errno;
+  } else if (!S_ISREG(st.st_mode)) {
+    error = EINVAL;
+  }
+  char buffer[65536];
+  while (error == 0) {
+    const ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) error = errno;
+    if (n <= 0) break;
+    if (content.size() + static_cast<size_t>(n) > maxBytes) error = EFBIG;
+    else content.append(buffer, static_cast<size_t>(n));
+  }
+  CloseReadDescriptor(fd);
+  if (error != 0) content.clear();
+  return error;
+}
+
 }  // namespace grantwright

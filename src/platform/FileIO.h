@@ -35,6 +35,11 @@ void CloseReadDescriptor(int fd);
 // ".grantwright-" and the process id added). 0, or the errno of the step that failed.
 int ReplaceFileBeside(const std::string& path, std::string_view bytes, mode_t mode);
 
+// Reads the whole regular file at `path` into `content`. 0, or the errno of the step that
+// failed: EFBIG for a file of more than `maxBytes` bytes, EINVAL for an item that is no
+// regular file (read not at all, so a FIFO cannot stall the reader).
+int ReadWholeFile(const std::string& path, size_t maxBytes, std::string& content);
+
 // The system's description of the error number `errorNumber` ("No such file or
 // directory").
 std::string ErrorText(int errorNumber);

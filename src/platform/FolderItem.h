@@ -93,6 +93,23 @@ class FolderItem : public Object {
   // NilObjectException). LastErrorCode as above.
   void SetPermissions(const PermissionsRef& permissions);
 
+  // The written forms of the path (PathForms.h), defined in FolderItemForms.cpp.
+  // Name: the last path component as its bytes ("" for "/"), tagged UTF-8 when they are
+  // valid UTF-8 and untagged otherwise. URLPath: the URL form, ending in "/" for an item
+  // that is a folder now. ShellPath: the shell form. None of them fails.
+  String Name() const;
+  String URLPath() const;
+  String ShellPath() const;
+
+  // Relative data (RelativeData.h), defined in RelativeLocate.cpp. GetSaveInfo describes
+  // this item relative to the folder of `relativeTo` (itself when it is a folder; a nil
+  // one leaves the relative path out); 0 is the one `mode` there is, and any other reads
+  // as 0. GetRelative finds the item
+  // that `data` describes, taking this object's folder as the base for the relative path;
+  // see RelativeData.h for the order it tries and what it gives.
+  String GetSaveInfo(const std::shared_ptr<FolderItem>& relativeTo, int mode) const;
+  std::shared_ptr<FolderItem> GetRelative(const String& data) const;
+
   // errno of the last operation on this object that reports one; 0 after success.
   int LastErrorCode() const { return lastErrorCode_; }
 

@@ -33,6 +33,8 @@
 
 namespace grantwright {
 
+class SmartFolderItemZRN;  // filerefs/, a floor above: only named here
+
 class XMLData {
  public:
   // Wraps `node`; a nil node makes a wrapper without a node.
@@ -78,6 +80,15 @@ class XMLData {
   // A new Date whose TotalSeconds is Val of the text (a plain number of seconds, not a
   // time stamp), in the local zone's present offset.
   DateRef GetDate(const String& key, const DateRef& defaultValue) const;
+
+  // File values: the text holds the stored form of a reference (SmartFolderItemZRN),
+  // URL-encoded once more. GetSmartFile gives SmartFolderItemZRN::Create of the decoded
+  // bytes, GetFile that record's GetFile; both give nil, not the default, when the key is
+  // found but no record can be made of its text (an empty one). Exceptions from Create and
+  // GetFile pass on. Defined with the references (filerefs/FileValues.cpp).
+  std::shared_ptr<SmartFolderItemZRN> GetSmartFile(
+      const String& key, const std::shared_ptr<SmartFolderItemZRN>& defaultValue) const;
+  FolderItemRef GetFile(const String& key, const FolderItemRef& defaultValue) const;
 
   // The first node the key selects, of whatever kind; nil when there is none or the
   // wrapper has no node. The empty key gives the wrapped node without a query.

@@ -16,6 +16,7 @@
 #include "platform/UrlCoding.h"
 #include "platform/Utf8.h"
 #include "xml/ArrayIndexDigits.h"
+#include "xml/FileValues.h"
 #include "xml/XMLData.h"
 
 namespace grantwright::XMLExtension {
@@ -24,7 +25,7 @@ namespace {
 
 enum class Row {
   kBoolean, kColor, kTimeStamp, kDouble, kInteger, kDictionary, kPicture, kSingle, kString,
-  kArray, kUntyped, kUnknown,
+  kArray, kSmartFile, kUntyped, kUnknown,
 };
 
 // Whether `text` is `lower` (a keyword of lower-case ASCII letters) in any case.
@@ -46,7 +47,7 @@ constexpr Keyword kKeywords[] = {
     {"boolean", Row::kBoolean}, {"color", Row::kColor},     {"gmttimestampzrn", Row::kTimeStamp},
     {"double", Row::kDouble},   {"integer", Row::kInteger}, {"dictionary", Row::kDictionary},
     {"picture", Row::kPicture}, {"single", Row::kSingle},   {"string", Row::kString},
-    {"array", Row::kArray},
+    {"array", Row::kArray},     {"smartfolderitemzrn", Row::kSmartFile},
 };
 
 // The row a datatype picks. Datatypes are ASCII nearly always; other text goes through the
@@ -126,6 +127,7 @@ Variant Decoder::Value(const XmlNode& node, std::string_view datatype) {
     case Row::kDouble: return Val(text);
     case Row::kInteger: return TruncateToInt64(Val(text));
     case Row::kPicture: return BinaryStringtoPicture(DecodingFromURL(text));
+    case Row::kSmartFile: return Variant(FileValues::ReferenceFromText(text));
     default: return static_cast<float>(Val(text));  // Single
   }
 }
@@ -279,6 +281,10 @@ void ToXMLFromDictionaryZRN_AppendValue(XmlNode parent, const String& name, cons
     for (const auto& [key, entry] : dict->Entries()) {
       ToXMLFromDictionaryZRN_AppendValue(element, key.StringValue(), entry);
     }
+    return;
+  }
+  if (const std::optional<String> stored = FileValues::StoredFormOf(value.ObjectValue())) {
+    AppendTyped(parent, name, FileValues::kReferenceDatatype, EncodingToURL(*stored));
     return;
   }
   throw TypeMismatchException("A value of this type has no typed XML form");

@@ -21,6 +21,8 @@
 // | Single            | Val(text) as a 32-bit float                                    |
 // | String            | the text URL-decoded, then brought to UTF-8                    |
 // | Array             | an array of Variant of the element's children                  |
+// | SmartFolderItemZRN| a file reference: SmartFolderItemZRN::Create of the URL-decoded|
+// |                   | bytes (the reference's stored form), resolved once; or nil     |
 // | empty or absent   | the text as it stands                                          |
 // | anything else     | nil                                                            |
 //
@@ -89,6 +91,7 @@ void SetString(XmlNode node, const String& name, const String& value, bool urlEn
 // | Color                 | Color           | the 32-bit value in decimal                    |
 // | Dictionary            | Dictionary      | its entries as child elements                  |
 // | array of any type     | Array           | elements array_0, array_1, ... (ArrayValueZRN) |
+// | SmartFolderItemZRN    | SmartFolderItemZRN | its GetXML, URL-encoded                      |
 //
 // Nil values and nil array elements are left out (an array closes up around them). An
 // empty Dictionary or array holds one comment, so that it reads back as an empty container

@@ -56,6 +56,7 @@ TEST(Explain, TheTypedFormatsWorkedExample) {
       {"Retries", Typed("Int64", 3)},       {"Ratio", Typed("Double", 0.25)},
       {"Enabled", Typed("Boolean", false)}, {"Tint", Typed("Color", 255)},
       {"Scale", Typed("Single", 0.5)},      {"Stamp", Typed("Date", "2018-06-01T09:05:07+00:00")},
+      {"Ref", Typed("SmartFolderItemZRN", {{"path", nullptr}, {"exists", false}})},
       {"Blank", Typed("String", "")},
       {"PermsOwner", Typed("Array", {Typed("String", "read"), Typed("String", "write"), Typed("Boolean", true)})},
       {"Options", Typed("Dictionary", {{"Depth", Typed("Int64", 2)}, {"Odd", Typed("Nil", nullptr)}})},

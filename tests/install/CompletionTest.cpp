@@ -23,7 +23,10 @@ TEST(Completion, OffersTheCommandsThenFilesAndTheOutputOption) {
     std::string line;  // the command line up to the cursor
     std::string offered;  // the completions, sorted, one a line
   } cases[] = {
-      {"grantwright ", "--help\ncapture\nexplain\n"},
+      {"grantwright ", "--help\ncapture\nexplain\nreference\nresolve\n"},
+      {"grantwright re", "reference\nresolve\n"},
+      {"grantwright reference notes.txt ", "-o\n"},
+      {"grantwright resolve " + dir / "j", dir / "job.xml\n"},
       {"grantwright ca", "capture\n"},
       {"grantwright capture " + dir / "n", dir / "notes.txt\n"},
       {"grantwright capture notes.txt ", "-o\n"},

@@ -18,7 +18,7 @@ TEST(Manual, EachPageRendersWithoutWarningsAndNamesItself) {
     const char* page;
     const char* whatis;
   } pages[] = {
-      {"man1/grantwright.1.gz", "grantwright - capture a file's access rights, and explain a configuration"},
+      {"man1/grantwright.1.gz", "grantwright - capture a file's access rights, explain a configuration, keep references to files"},
       {"man8/grantwright-helper.8.gz",
        "grantwright-helper - restore one file's owner, group and mode, or its access control list"},
   };

@@ -52,7 +52,7 @@ TEST(TypedDecoder, WorkedExampleAndRootLevel) {
                     R"(<Options datatype="Dictionary"><Depth datatype="Integer">2</Depth>)"
                     R"(<Odd datatype="Blob">x</Odd></Options></config>)"),
             "{Owner='daemon',UnixFilePath='/tmp/notes v2.txt',Group='staff',Hint='a%20b',Retries=i3,"
-            "Ratio=d0.25,Enabled=false,Tint=c255,Scale=f0.5,Stamp=t1527843907,Blank='',"
+            "Ratio=d0.25,Enabled=false,Tint=c255,Scale=f0.5,Stamp=t1527843907,Ref=object,Blank='',"
             "PermsOwner=['read','write',true],Options={Depth=i2,Odd=nil}}");
   // Text and comments between the root's elements are entries too.
   EXPECT_EQ(Decoded(R"(<r>lead<a datatype="Integer">1</a>mid<!--c--></r>)"), "{#text='mid',a=i1,#comment='c'}");
