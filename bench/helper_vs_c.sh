@@ -1,9 +1,14 @@
 #!/usr/bin/env bash
-# Whole-process timing: grantwright-helper doing its job (owner, group and mode from a
-# configuration) against baseline_helper_job, a plain C program (dynamic glibc) making the
-# same calls on the same file: read the configuration, look up the names, chown, chmod.
-# The two run alternately, each <runs> times (default 1000, at least 500), and the ratio
-# of their median wall times is printed with their median page faults.
+# Whole-process timing of grantwright-helper against plain C programs doing the same job on
+# the same file, on both of the helper's branches:
+#   owner branch (-f):  read the configuration, look up owner and group, chown, chmod
+#                       (bench/helper_job.c)
+#   list branch (-a):   read the configuration, turn the list's text into a list, set it
+#                       (bench/helper_acl_job.c)
+# The bar is each C program linked fully static, as the helper is; the same program linked
+# as usual is printed for reference. Each pair runs alternately, <runs> times each (default
+# 1000, at least 500), and the ratio of median wall times is printed with median page
+# faults; the system calls of one run of each come from strace -c.
 #   bench/helper_vs_c.sh [runs] [build folder]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -11,28 +16,50 @@ runs=${1:-1000}
 build=${2:-build}
 [ "$runs" -ge 500 ] || { echo "helper_vs_c: at least 500 runs" >&2; exit 2; }
 
-cmake --build "$build" --target grantwright-helper baseline_helper_job spawn_timer >/dev/null
+cmake --build "$build" --target grantwright-helper spawn_timer baseline_helper_job \
+  baseline_helper_job_static baseline_helper_acl_job baseline_helper_acl_job_static >/dev/null
 helper=$PWD/$build/grantwright-helper
-baseline=$PWD/$build/bench/baseline_helper_job
+bench=$PWD/$build/bench
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+# A preference store of the run's own, already written once: what a steady run loads.
+export XDG_CONFIG_HOME=$work/config
 file=$work/target
 echo x >"$file"
 owner=$(id -un)
 group=$(id -gn)
+acl="user::rw-,user:daemon:r--,group::r--,mask::r--,other::---"
+encode() { python3 -c 'import sys, urllib.parse; print(urllib.parse.quote(sys.argv[1], safe=""))' "$1"; }
 cat >"$work/job.xml" <<XML
 <?xml version="1.0" encoding="UTF-8"?>
 <Config>
   <Owner datatype="String">$owner</Owner>
   <Group datatype="String">$group</Group>
-  <UnixFilePath datatype="String">${file//\//%2F}</UnixFilePath>
+  <UnixFilePath datatype="String">$(encode "$file")</UnixFilePath>
   <PermsOwner datatype="Array"><array_0 datatype="String">read</array_0><array_1 datatype="String">write</array_1><array_2 datatype="String">execute</array_2></PermsOwner>
   <PermsGroup datatype="Array"><array_0 datatype="String">read</array_0><array_1 datatype="String">execute</array_1></PermsGroup>
+  <RawACLRights datatype="String">$(encode "$acl")</RawACLRights>
 </Config>
 XML
 
-"$helper" -f "$work/job.xml" || { echo "helper_vs_c: the helper failed" >&2; exit 1; }
-echo "helper: A, C baseline: B ($runs runs each, alternating)"
-"$PWD/$build/bench/spawn_timer" "$runs" "$helper" -f "$work/job.xml" -- \
-  "$baseline" "$work/job.xml" "$file" "$owner" "$group" 0750
+syscalls() { strace -f -c -U calls,name -o "$work/strace" "$@" >/dev/null 2>&1; awk '$2 == "total" {print $1}' "$work/strace"; }
+
+compare() {  # <label> <helper args...> -- <baseline name> <baseline args...>
+  local label=$1; shift
+  local helper_args=() base
+  while [ "$1" != "--" ]; do helper_args+=("$1"); shift; done
+  shift; base=$1; shift
+  "$helper" "${helper_args[@]}" || { echo "helper_vs_c: the helper failed ($label)" >&2; exit 1; }
+  echo "== $label: helper A, C B ($runs runs each, alternating)"
+  for variant in _static ""; do
+    echo "-- against $base$variant"
+    "$bench/spawn_timer" "$runs" "$helper" "${helper_args[@]}" -- "$bench/$base$variant" "$@"
+  done
+  if command -v strace >/dev/null; then
+    echo "system calls: helper $(syscalls "$helper" "${helper_args[@]}"), static C $(syscalls "$bench/${base}_static" "$@"), C $(syscalls "$bench/$base" "$@")"
+  fi
+}
+
+compare "owner branch" -f "$work/job.xml" -- baseline_helper_job "$work/job.xml" "$file" "$owner" "$group" 0750
+compare "list branch" -a -f "$work/job.xml" -- baseline_helper_acl_job "$work/job.xml" "$file" "$acl"
