@@ -16,25 +16,7 @@ cmake --build "$build" --target grantwright-helper baseline_helper_job_static \
 helper=$PWD/$build/grantwright-helper
 bench=$PWD/$build/bench
 
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-export XDG_CONFIG_HOME=$work/config
-file=$work/target
-echo x >"$file"
-owner=$(id -un)
-group=$(id -gn)
-acl="user::rw-,user:daemon:r--,group::r--,mask::r--,other::---"
-encode() { python3 -c 'import sys, urllib.parse; print(urllib.parse.quote(sys.argv[1], safe=""))' "$1"; }
-cat >"$work/job.xml" <<XML
-<?xml version="1.0" encoding="UTF-8"?>
-<Config>
-  <Owner datatype="String">$owner</Owner>
-  <Group datatype="String">$group</Group>
-  <UnixFilePath datatype="String">$(encode "$file")</UnixFilePath>
-  <PermsOwner datatype="Array"><array_0 datatype="String">read</array_0><array_1 datatype="String">write</array_1><array_2 datatype="String">execute</array_2></PermsOwner>
-  <RawACLRights datatype="String">$(encode "$acl")</RawACLRights>
-</Config>
-XML
+source bench/job_scene.sh
 if [ "$branch" = "-a" ]; then
   a=("$helper" -a -f "$work/job.xml")
   b=("$bench/baseline_helper_acl_job_static" "$work/job.xml" "$file" "$acl")
@@ -65,4 +47,4 @@ done
 echo "== where the helper's samples land ($runs runs, cpu-clock), top 30"
 perf record -q -e cpu-clock -F 20000 -o "$work/perf.data" -- bash -c "$(declare -f loop); runs=$runs; loop $(printf '%q ' "${a[@]}")" >/dev/null 2>&1
 perf report -i "$work/perf.data" --comm grantwright-hel --no-children --sort dso,sym --stdio 2>/dev/null |
-  grep -v '^#' | grep . | head -30
+  grep -v "^#" | grep . | cut -c1-120 | head -30

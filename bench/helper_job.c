@@ -9,16 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-static int read_whole(const char* path) {
-  const int fd = open(path, O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return -1;
-  char buffer[65536];
-  ssize_t n;
-  while ((n = read(fd, buffer, sizeof buffer)) > 0) {
-  }
-  close(fd);
-  return n < 0 ? -1 : 0;
-}
+#include "read_whole.h"
 
 int main(int argc, char** argv) {
   if (argc != 6) return 255;

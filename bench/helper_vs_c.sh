@@ -21,27 +21,7 @@ cmake --build "$build" --target grantwright-helper spawn_timer baseline_helper_j
 helper=$PWD/$build/grantwright-helper
 bench=$PWD/$build/bench
 
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-# A preference store of the run's own, already written once: what a steady run loads.
-export XDG_CONFIG_HOME=$work/config
-file=$work/target
-echo x >"$file"
-owner=$(id -un)
-group=$(id -gn)
-acl="user::rw-,user:daemon:r--,group::r--,mask::r--,other::---"
-encode() { python3 -c 'import sys, urllib.parse; print(urllib.parse.quote(sys.argv[1], safe=""))' "$1"; }
-cat >"$work/job.xml" <<XML
-<?xml version="1.0" encoding="UTF-8"?>
-<Config>
-  <Owner datatype="String">$owner</Owner>
-  <Group datatype="String">$group</Group>
-  <UnixFilePath datatype="String">$(encode "$file")</UnixFilePath>
-  <PermsOwner datatype="Array"><array_0 datatype="String">read</array_0><array_1 datatype="String">write</array_1><array_2 datatype="String">execute</array_2></PermsOwner>
-  <PermsGroup datatype="Array"><array_0 datatype="String">read</array_0><array_1 datatype="String">execute</array_1></PermsGroup>
-  <RawACLRights datatype="String">$(encode "$acl")</RawACLRights>
-</Config>
-XML
+source bench/job_scene.sh
 
 syscalls() { strace -f -c -U calls,name -o "$work/strace" "$@" >/dev/null 2>&1; awk '$2 == "total" {print $1}' "$work/strace"; }
 

@@ -1,0 +1,23 @@
+# The job both whole-process scripts time, sourced by them: a scratch folder $work (removed
+# on exit) with its own preference store, the file $file, and $work/job.xml naming it with
+# the caller's $owner and $group, a mode, and the list $acl.
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export XDG_CONFIG_HOME=$work/config
+file=$work/target
+echo x >"$file"
+owner=$(id -un)
+group=$(id -gn)
+acl="user::rw-,user:daemon:r--,group::r--,mask::r--,other::---"
+encode() { python3 -c 'import sys, urllib.parse; print(urllib.parse.quote(sys.argv[1], safe=""))' "$1"; }
+cat >"$work/job.xml" <<XML
+<?xml version="1.0" encoding="UTF-8"?>
+<Config>
+  <Owner datatype="String">$owner</Owner>
+  <Group datatype="String">$group</Group>
+  <UnixFilePath datatype="String">$(encode "$file")</UnixFilePath>
+  <PermsOwner datatype="Array"><array_0 datatype="String">read</array_0><array_1 datatype="String">write</array_1><array_2 datatype="String">execute</array_2></PermsOwner>
+  <PermsGroup datatype="Array"><array_0 datatype="String">read</array_0><array_1 datatype="String">execute</array_1></PermsGroup>
+  <RawACLRights datatype="String">$(encode "$acl")</RawACLRights>
+</Config>
+XML
