@@ -1,12 +1,7 @@
 #include "platform/TextEncoding.h"
 
-#include <iconv.h>
 #include <utf8proc.h>
 
-#include <cerrno>
-#include <cstring>
-
-#include "platform/OutOfMemory.h"
 #include "platform/Utf8.h"
 
 namespace grantwright {
@@ -95,46 +90,103 @@ size_t CodeUnitSize(const TextEncoding* encoding) {
   }
 }
 
-// Converts between a UTF-16/32 encoding and UTF-8 with iconv. Invalid input units become
-// U+FFFD (when decoding) and are skipped one code unit at a time; characters the target
-// cannot hold never occur between Unicode encodings.
-std::string IconvConvert(std::string_view in, const char* from, const char* to,
-                         size_t inUnit, std::string_view replacement) {
-  iconv_t cd = iconv_open(to, from);
-  if (cd == reinterpret_cast<iconv_t>(-1)) {
-    ThrowIfOutOfMemory(errno);
-    return std::string();
+// UTF-16 and UTF-32 are decoded and encoded here rather than through iconv: the helper is
+// linked statically, and glibc's iconv loads these converters as shared modules at run time.
+// That load costs page faults on every run that reads such a configuration, and when memory
+// runs short it fails with an error that cannot be told from "no such conversion", which
+// would blame the file for what is an out-of-memory condition.
+
+struct WideForm {
+  size_t unit;  // 2 or 4
+  bool littleEndian;
+};
+
+WideForm FormOf(const TextEncoding* encoding) {
+  switch (encoding->kind()) {
+    case TextEncoding::Kind::UTF16LE:
+      return {2, true};
+    case TextEncoding::Kind::UTF32LE:
+      return {4, true};
+    case TextEncoding::Kind::UTF32BE:
+      return {4, false};
+    default:  // UTF-16 without a mark, and UTF-16BE
+      return {2, false};
+  }
+}
+
+uint32_t ReadUnit(std::string_view bytes, size_t at, WideForm form) {
+  uint32_t value = 0;
+  for (size_t k = 0; k < form.unit; ++k) {
+    const auto b = static_cast<unsigned char>(bytes[at + (form.littleEndian ? form.unit - 1 - k : k)]);
+    value = value << 8 | b;
+  }
+  return value;
+}
+
+void AppendUnit(std::string& out, uint32_t value, WideForm form) {
+  for (size_t k = 0; k < form.unit; ++k) {
+    const size_t shift = 8 * (form.littleEndian ? k : form.unit - 1 - k);
+    out.push_back(static_cast<char>(value >> shift & 0xFF));
+  }
+}
+
+// UTF-16/32 to UTF-8. "UTF-16" takes its order from a leading mark, which is not text.
+// A unit that is no character (an unpaired surrogate, a value above U+10FFFF, a cut unit at
+// the end) becomes U+FFFD and is passed over one unit at a time.
+std::string DecodeWide(std::string_view bytes, const TextEncoding* from) {
+  WideForm form = FormOf(from);
+  size_t pos = 0;
+  if (from->kind() == TextEncoding::Kind::UTF16 && bytes.size() >= 2) {
+    const auto b0 = static_cast<unsigned char>(bytes[0]);
+    const auto b1 = static_cast<unsigned char>(bytes[1]);
+    if ((b0 == 0xFF && b1 == 0xFE) || (b0 == 0xFE && b1 == 0xFF)) {
+      form.littleEndian = b0 == 0xFF;
+      pos = 2;
+    }
   }
   std::string out;
-  out.resize(in.size() * 2 + 16);
-  char* inPtr = const_cast<char*>(in.data());
-  size_t inLeft = in.size();
-  size_t outPos = 0;
-  while (true) {
-    char* outPtr = out.data() + outPos;
-    size_t outLeft = out.size() - outPos;
-    const size_t rc = iconv(cd, inLeft ? &inPtr : nullptr, &inLeft, &outPtr, &outLeft);
-    outPos = static_cast<size_t>(outPtr - out.data());
-    if (rc != static_cast<size_t>(-1)) {
-      if (inLeft == 0) break;
-      continue;
+  out.reserve(bytes.size());
+  while (pos < bytes.size()) {
+    if (bytes.size() - pos < form.unit) {
+      utf8::Append(out, 0xFFFD);
+      break;
     }
-    if (errno == E2BIG) {
-      out.resize(out.size() * 2);
-      continue;
+    uint32_t cp = ReadUnit(bytes, pos, form);
+    pos += form.unit;
+    if (form.unit == 2 && cp >= 0xD800 && cp <= 0xDBFF && bytes.size() - pos >= 2) {
+      const uint32_t low = ReadUnit(bytes, pos, form);
+      if (low >= 0xDC00 && low <= 0xDFFF) {
+        cp = 0x10000 + ((cp - 0xD800) << 10) + (low - 0xDC00);
+        pos += 2;
+      }
     }
-    // EILSEQ or EINVAL (a truncated unit at the end): replace one unit and go on.
-    if (out.size() - outPos < replacement.size()) out.resize(out.size() * 2 + replacement.size());
-    std::memcpy(out.data() + outPos, replacement.data(), replacement.size());
-    outPos += replacement.size();
-    const size_t skip = inLeft < inUnit ? inLeft : inUnit;
-    inPtr += skip;
-    inLeft -= skip;
-    if (inLeft == 0) break;
+    const bool character = cp <= 0x10FFFF && (cp < 0xD800 || cp > 0xDFFF);
+    utf8::Append(out, character ? cp : 0xFFFD);
   }
-  // It fails only for a descriptor iconv_open did not give.
-  (void)iconv_close(cd);
-  out.resize(outPos);
+  return out;
+}
+
+// Valid UTF-8 to UTF-16/32; "UTF-16" is written with a mark, little-endian.
+std::string EncodeWide(std::string_view utf8Text, const TextEncoding* to) {
+  WideForm form = FormOf(to);
+  std::string out;
+  out.reserve(utf8Text.size() * form.unit + 2);
+  if (to->kind() == TextEncoding::Kind::UTF16 && !utf8Text.empty()) {
+    form.littleEndian = true;
+    AppendUnit(out, 0xFEFF, form);
+  }
+  size_t pos = 0;
+  while (pos < utf8Text.size()) {
+    int32_t cp = utf8::Next(utf8Text, pos);
+    if (cp < 0) cp = '?';  // the text comes from ToUtf8, so this guards the impossible
+    const auto value = static_cast<uint32_t>(cp);
+    if (form.unit == 2 && value >= 0x10000) {
+      AppendUnit(out, 0xD800 + ((value - 0x10000) >> 10), form);
+      AppendUnit(out, 0xDC00 + ((value - 0x10000) & 0x3FF), form);
+    } else {
+      AppendUnit(out, value, form);
+    }
+  }
   return out;
 }
 
@@ -163,7 +215,7 @@ std::string ToUtf8(const String& text) {
       return out;
     }
     default:
-      return IconvConvert(bytes, from->InternetName(), "UTF-8", CodeUnitSize(from), "\xEF\xBF\xBD");
+      return DecodeWide(bytes, from);
   }
 }
 
@@ -194,8 +246,7 @@ std::string FromUtf8(const std::string& utf8Text, const TextEncoding* to) {
       return out;
     }
     default:
-      // UTF-8 in, so every character is representable; "?" only guards the impossible.
-      return IconvConvert(utf8Text, "UTF-8", to->InternetName(), 1, "?");
+      return EncodeWide(utf8Text, to);
   }
 }
 

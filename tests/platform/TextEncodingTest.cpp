@@ -43,6 +43,20 @@ TEST(TextEncoding, ConversionsMapEveryByteAndReplaceWhatIsInvalid) {
   // Invalid input becomes U+FFFD, so the result is always valid UTF-8.
   const String badUtf16(Bytes({'a', 0, 0x00, 0xDC, 'b'}), Encodings::UTF16LE());
   EXPECT_EQ(ConvertEncoding(badUtf16, Encodings::UTF8()).Bytes(), "a\xEF\xBF\xBD\xEF\xBF\xBD");
+  // A high surrogate before a character that is no low one, and UTF-32 above U+10FFFF.
+  EXPECT_EQ(ConvertEncoding(String(Bytes({0xD8, 0x3D, 0, 'a'}), Encodings::UTF16BE()), Encodings::UTF8()).Bytes(),
+            "\xEF\xBF\xBD" "a");
+  EXPECT_EQ(ConvertEncoding(String(Bytes({0, 0, 0x11, 0, 'a', 0, 0, 0}), Encodings::UTF32LE()), Encodings::UTF8()).Bytes(),
+            "\xEF\xBF\xBD" "a");
+  // Characters beyond the first plane take a surrogate pair in UTF-16; "UTF-16" is written
+  // with its mark, little-endian, and read back through it.
+  const String text("a\xF0\x9F\x98\x80", Encodings::UTF8());
+  EXPECT_EQ(ConvertEncoding(text, Encodings::UTF16()).Bytes(), Bytes({0xFF, 0xFE, 'a', 0, 0x3D, 0xD8, 0x00, 0xDE}));
+  EXPECT_EQ(ConvertEncoding(text, Encodings::UTF32BE()).Bytes(), Bytes({0, 0, 0, 'a', 0, 1, 0xF6, 0}));
+  for (const TextEncoding* wide : {Encodings::UTF16(), Encodings::UTF16LE(), Encodings::UTF16BE(),
+                                   Encodings::UTF32LE(), Encodings::UTF32BE()}) {
+    EXPECT_EQ(ConvertEncoding(ConvertEncoding(text, wide), Encodings::UTF8()).Bytes(), text.Bytes()) << wide->InternetName();
+  }
   // Untagged text has nothing to convert from.
   EXPECT_EQ(ConvertEncoding(String("\xE9", nullptr), Encodings::UTF8()).Encoding(), nullptr);
 }

@@ -235,7 +235,7 @@ TEST(Helper, WhatTheKernelDecidesAndTokensInAnyCase) {
 // fault of the configuration, the list or the accounts. The helper runs under address
 // space limits (ulimit -v) from the least it starts with to more than the job needs.
 TEST(Helper, RunningOutOfMemoryEndsUnhandledAtEveryLimit) {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(GRANTWRIGHT_SANITIZED)
   GTEST_SKIP() << "the sanitizers reserve more address space than the limits tried here";
 #endif
   TempDir dir;
@@ -246,6 +246,11 @@ TEST(Helper, RunningOutOfMemoryEndsUnhandledAtEveryLimit) {
   for (int i = 0; i < 10000; ++i) keys += "<K" + std::to_string(i) + " datatype=\"String\">v</K" + std::to_string(i) + ">";
   xml.insert(xml.rfind("</r>"), keys);
   const std::string job = dir.Write("job.xml", xml);
+  // The same job in UTF-16: its decoding must not be where memory running short looks like
+  // a bad file.
+  std::string wide = "\xFF\xFE";
+  for (char c : xml) wide += {c, '\0'};
+  const std::string wideJob = dir.Write("job16.xml", wide);
   // Below some limit the program's own image does not fit; a missing configuration, its
   // first failure, finds that limit.
   const size_t least = LeastAddressSpace({HelperPath(), "-f", dir / "missing"}, 254);
@@ -253,15 +258,16 @@ TEST(Helper, RunningOutOfMemoryEndsUnhandledAtEveryLimit) {
   int ended = 0;
   int applied = 0;
   for (size_t limit = least; limit < least + (10u << 20); limit += 128 << 10) {
-    for (const std::vector<std::string>& args : {std::vector<std::string>{"-f", job}, {"-a", "-f", job}}) {
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{"-f", job}, {"-a", "-f", job}, {"-f", wideJob}}) {
       const ProcessResult r = RunHelper(args, {.addressSpace = limit});
       if (r.status == 0 && r.out.empty()) {
         ++applied;
         continue;
       }
       ++ended;
-      EXPECT_EQ(r.out, "Unhandled exception: OutOfMemoryException\n") << args[0] << " under " << limit;
-      EXPECT_EQ(r.status, 253) << args[0] << " under " << limit;
+      EXPECT_EQ(r.out, "Unhandled exception: OutOfMemoryException\n") << args[0] << " " << args.back() << " under " << limit;
+      EXPECT_EQ(r.status, 253) << args[0] << " " << args.back() << " under " << limit;
     }
   }
   EXPECT_GT(ended, 0);
@@ -278,7 +284,7 @@ struct Trace {
 
 // The trace of a helper run with `args`, or why there is none (for a skip).
 std::string TraceHelper(const std::vector<std::string>& args, ProcessResult& result, Trace& trace) {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(GRANTWRIGHT_SANITIZED)
   // Linked with the sanitizers' runtime the helper is not static (and LeakSanitizer stops a
   // traced process).
   return "the helper is not linked statically in this build";
