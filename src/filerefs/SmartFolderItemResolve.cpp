@@ -1,6 +1,9 @@
 // SmartFolderItemZRN::GetFile: finding a record's file, in the order the header gives.
 
 #include "filerefs/SmartFolderItemZRN.h"
+
+#include <new>
+
 #include "global/GlobalMethods.h"
 #include "platform/ConsoleApplication.h"
 #include "platform/GetFolderItem.h"
@@ -19,10 +22,14 @@ void DebugLine(const char* line) {
   if (GlobalMethods::DebuggingEnabledZRN()) System::DebugLog(line);
 }
 
-// GetFolderItem with every exception taken as no item.
+// GetFolderItem with an exception taken as no item: a URL or shell form that cannot be read
+// only means the next form is tried. Running out of memory is no fault of the form, so it
+// goes on to the caller, as it does everywhere.
 FolderItemRef GetFolderItemQuietly(const String& path, int mode) {
   try {
     return GetFolderItem(path, mode);
+  } catch (const std::bad_alloc&) {
+    throw;
   } catch (...) {
     return nullptr;
   }
