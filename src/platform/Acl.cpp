@@ -193,14 +193,14 @@ AclHandle ParsedList(std::string_view entries, size_t& count) {
 
 void AppendLines(std::string& out, acl_t acl, const char* prefix) {
   if (acl == nullptr || acl_entries(acl) <= 0) return;
-  char* text = acl_to_any_text(acl, prefix, '\n', 0);
+  // Held so that it is freed when appending runs out of memory.
+  const std::unique_ptr<char, int (*)(void*)> text(acl_to_any_text(acl, prefix, '\n', 0), &acl_free);
   if (text == nullptr) {
     ThrowIfOutOfMemory(errno);
     return;
   }
-  out += text;
+  out += text.get();
   out += '\n';
-  acl_free(text);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <memory>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -44,11 +45,8 @@ std::pair<std::string_view, std::string_view> SplitLast(std::string_view path) {
 }
 
 std::string RealPath(const std::string& path) {
-  char* real = ::realpath(path.c_str(), nullptr);
-  if (real == nullptr) return {};
-  std::string result(real);
-  std::free(real);
-  return result;
+  const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr), &std::free);
+  return real ? std::string(real.get()) : std::string();
 }
 
 std::string JoinName(const std::string& folder, std::string_view name) {

@@ -14,7 +14,7 @@ namespace {
 
 using nlohmann::json;
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(GRANTWRIGHT_SANITIZED)
 // Sanitized processes start slowly: every 16th mode still covers each bit set and clear.
 constexpr uint32_t kModeStep = 16;
 #else
@@ -93,7 +93,7 @@ TEST(Explain, ShowsTheHelpersEndingWhenTheRecordCannotBeBuilt) {
     json record;
   } cases[] = {
       {R"(<Owner datatype="Array"><array_0 datatype="String">root</array_0></Owner>)",
-       Typed("Array", {Typed("String", "root")}), unhandled},
+       Typed("Array", json::array({Typed("String", "root")})), unhandled},
       {R"(<Owner datatype="Dictionary"><Name datatype="String">root</Name></Owner>)",
        Typed("Dictionary", {{"Name", Typed("String", "root")}}), unhandled},
       {R"(<Owner datatype="GMTTimeStampZRN">2018-06-01T09:05:07</Owner>)",
@@ -179,7 +179,7 @@ TEST(Capture, RefusesAnOutputThatWouldDestroyItsInput) {
 // that blames the configuration: it runs under address space limits (ulimit -v) from the
 // least it starts with to more than it needs.
 TEST(Explain, RunningOutOfMemoryIsOneLineAtEveryLimit) {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(GRANTWRIGHT_SANITIZED)
   GTEST_SKIP() << "the sanitizers reserve more address space than the limits tried here";
 #endif
   TempDir dir;

@@ -101,7 +101,10 @@ struct Scene {
 TEST(HostileStore, LinksAndOddFilesAreNeitherFollowedNorRead) {
   GRANTWRIGHT_REQUIRE_ROOT();
   const Scene scene;
-  const auto& [nobody, dir, job, decoy] = scene;
+  const auto& nobody = scene.nobody;
+  const auto& dir = scene.dir;
+  const auto& job = scene.job;
+  const auto& decoy = scene.decoy;
   const std::string secret = dir.Write("secret.plist",
                                        "<plist><dict><key>NSApplicationShowExceptions</key>"
                                        "<false/><key>Secret</key><true/></dict></plist>");
@@ -190,7 +193,10 @@ TEST(HostileStore, LinksAndOddFilesAreNeitherFollowedNorRead) {
 TEST(HostileStore, AFolderSwappedForALinkNeverLeadsElsewhere) {
   GRANTWRIGHT_REQUIRE_ROOT();
   const Scene scene;
-  const auto& [nobody, dir, job, decoy] = scene;
+  const auto& nobody = scene.nobody;
+  const auto& dir = scene.dir;
+  const auto& job = scene.job;
+  const auto& decoy = scene.decoy;
   const Watch watch({decoy});
   const std::string home = dir / "home", shared = dir / "shared";
   ASSERT_EQ(::mkdir(home.c_str(), 0755), 0);
@@ -206,7 +212,7 @@ TEST(HostileStore, AFolderSwappedForALinkNeverLeadsElsewhere) {
       {home, home + "/grantwright", "preferences"},
       {shared, shared, "grantwright"},
   };
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(GRANTWRIGHT_SANITIZED)
   // A sanitized helper starts some ten times slower: the plain build races in earnest.
   constexpr int kRuns = 20;
 #else

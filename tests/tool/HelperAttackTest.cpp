@@ -96,7 +96,7 @@ TEST(HelperAttack, AnotherUsersLinkOnThePathIsNotFollowed) {
 // every descriptor number: the mode still lands on the file found, the list is refused.
 TEST(HelperAttack, AFakeProcSendsNoChangeElsewhere) {
   GRANTWRIGHT_REQUIRE_ROOT();
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(GRANTWRIGHT_SANITIZED)
   GTEST_SKIP() << "the sanitizers' runtime reads the process's maps from the real /proc";
 #endif
   const std::vector<std::string> unshare{"/usr/bin/unshare", "--mount", "--propagation", "private"};
