@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "ScratchFolder.h"
 #include "platform/PreferenceStore.h"
 #include "platform/PropertyList.h"
 #include "prefs/CorePreferences.h"
@@ -24,9 +25,9 @@ namespace {
   ((condition) ? (void)0 : (std::fprintf(stderr, "property failed: %s\n", #condition), std::abort()))
 
 const std::string& PlistPath() {
+  static const ScratchFolder scratch;
   static const std::string path = [] {
-    std::string home = "/tmp/grantwright-fuzz-prefs-XXXXXX";
-    Check(::mkdtemp(home.data()) != nullptr);
+    const std::string& home = scratch.path();
     ::setenv("XDG_CONFIG_HOME", home.c_str(), 1);
     ::mkdir((home + "/grantwright").c_str(), 0700);
     ::mkdir((home + "/grantwright/preferences").c_str(), 0700);

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "ScratchFolder.h"
 #include "convert/UniversalExtension.h"
 #include "fileutil/FolderItemExtension.h"
 #include "platform/TextEncoding.h"
@@ -19,13 +20,8 @@
 namespace {
 
 const std::string& ScratchFile() {
-  static const std::string path = [] {
-    std::string pattern = "/tmp/grantwright-fuzz-XXXXXX";
-    const int fd = ::mkstemp(pattern.data());
-    if (fd < 0) std::abort();
-    ::close(fd);
-    return pattern;
-  }();
+  static const ScratchFolder scratch;
+  static const std::string path = scratch.path() + "/text";
   return path;
 }
 
