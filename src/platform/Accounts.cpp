@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/AccountDatabase.h"
+#include "platform/AccountFiles.h"
 #include "platform/OutOfMemory.h"
 
 namespace grantwright {
@@ -27,11 +28,36 @@ bool IsDecimal(const std::string& text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-// Looks `name` up with a getpwnam_r-style function, growing the buffer as it asks.
+// For a name the files (or, dynamically linked, every source) do not hold: a static
+// process asks the other sources apart; then a name of digits is the id itself.
+template <class Id>
+int LookUpElsewhere(std::string_view database, const std::string& text, Id& id) {
+  // getent takes a key of digits for an id, so such a name can only be the id itself.
+  if (IsStatic() && !IsDecimal(text)) {
+    if (const auto entry = AccountDatabase::LookUpBeyondFiles(database, text)) {
+      id = static_cast<Id>(entry->id);
+      return 0;
+    }
+  }
+  const std::optional<uint32_t> numeric = AccountDatabase::IdOf(text);
+  if (!numeric) return EINVAL;
+  id = static_cast<Id>(*numeric);
+  return 0;
+}
+
+// Looks `name` up in the account files (a static process) or with a getpwnam_r-style
+// function, growing the buffer as it asks.
 template <class Entry, class Id, class Lookup>
 int LookUp(const String& name, std::string_view database, Lookup lookup, Id Entry::*idField, Id& id) {
   const std::string text = name.Utf8();
   if (text.empty() || text.find('\0') != std::string::npos) return EINVAL;
+  if (IsStatic()) {
+    if (const auto entry = AccountFiles::FindName(AccountFiles::Text(database), text)) {
+      id = static_cast<Id>(entry->id);
+      return 0;
+    }
+    return LookUpElsewhere(database, text, id);
+  }
   const long suggested = ::sysconf(_SC_GETPW_R_SIZE_MAX);
   std::vector<char> buffer(suggested > 0 ? static_cast<size_t>(suggested) : 1024);
   Entry entry;
@@ -50,32 +76,27 @@ int LookUp(const String& name, std::string_view database, Lookup lookup, Id Entr
   if (error != 0 && error != ENOENT && error != ESRCH && error != EBADF && error != EPERM) {
     return error;
   }
-  // getent takes a key of digits for an id, so such a name can only be the id itself.
-  if (IsStatic() && !IsDecimal(text)) {
-    if (const auto entry = AccountDatabase::LookUpBeyondFiles(database, text)) {
-      id = static_cast<Id>(entry->id);
-      return 0;
-    }
-  }
-  const std::optional<uint32_t> numeric = AccountDatabase::IdOf(text);
-  if (!numeric) return EINVAL;
-  id = static_cast<Id>(*numeric);
-  return 0;
+  return LookUpElsewhere(database, text, id);
 }
 
-// The name a getpwuid_r-style function gives for `id`, or the id in decimal.
+// The name the account files (a static process) or a getpwuid_r-style function give for
+// `id`, or the id in decimal.
 template <class Entry, class Id, class Lookup>
 String NameOf(Id id, std::string_view database, Lookup lookup, char* Entry::*nameField) {
-  std::vector<char> buffer(1024);
-  Entry entry;
-  Entry* found = nullptr;
-  int error;
-  while ((error = lookup(id, &entry, buffer.data(), buffer.size(), &found)) == ERANGE &&
-         buffer.size() < (size_t{1} << 20)) {
-    buffer.resize(buffer.size() * 2);
+  if (IsStatic()) {
+    if (const auto entry = AccountFiles::FindId(AccountFiles::Text(database), id)) return String(entry->name);
+  } else {
+    std::vector<char> buffer(1024);
+    Entry entry;
+    Entry* found = nullptr;
+    int error;
+    while ((error = lookup(id, &entry, buffer.data(), buffer.size(), &found)) == ERANGE &&
+           buffer.size() < (size_t{1} << 20)) {
+      buffer.resize(buffer.size() * 2);
+    }
+    ThrowIfOutOfMemory(error);
+    if (found != nullptr && entry.*nameField != nullptr) return String(std::string(entry.*nameField));
   }
-  ThrowIfOutOfMemory(error);
-  if (found != nullptr && entry.*nameField != nullptr) return String(std::string(entry.*nameField));
   const std::string decimal = std::to_string(id);
   if (IsStatic()) {
     const auto other = AccountDatabase::LookUpBeyondFiles(database, decimal);
@@ -99,9 +120,13 @@ int LookUpGroupId(const String& name, gid_t& id) {
 }
 
 void ConfineAccountLookupsWhenStatic() {
-  if (!IsStatic()) return;
-  ::__nss_configure_lookup("passwd", "files");
-  ::__nss_configure_lookup("group", "files");
+  static const bool confined = [] {
+    if (!IsStatic()) return false;
+    ::__nss_configure_lookup("passwd", "files");
+    ::__nss_configure_lookup("group", "files");
+    return true;
+  }();
+  (void)confined;
 }
 
 }  // namespace grantwright

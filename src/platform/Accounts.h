@@ -30,12 +30,14 @@ int LookUpGroupId(const String& name, gid_t& id);
 String UserName(uid_t id);
 String GroupName(gid_t id);
 
-// Makes a statically linked process look accounts and groups up in the local files only
-// (/etc/passwd, /etc/group), which the C library has built in. Any other source is a
+// Makes the C library's own account lookups in a statically linked process look in the
+// local files only (/etc/passwd, /etc/group), which it has built in. Any other source is a
 // shared library that a static process cannot load safely: one that keeps thread-local
-// state crashes it. A dynamically linked process keeps every configured source. Call it
-// before the first lookup; the account names libacl reads and writes go through it too,
-// but only ours reach the other sources.
+// state crashes it. Our lookups in a static process read the files themselves
+// (AccountFiles.h) and never need it; what still goes through the C library (libacl's
+// reading and writing of names, a home folder) calls it first. It costs a read of
+// nsswitch.conf the first time and nothing after; a dynamically linked process keeps
+// every configured source.
 void ConfineAccountLookupsWhenStatic();
 
 }  // namespace grantwright

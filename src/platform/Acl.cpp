@@ -174,6 +174,8 @@ AclHandle ParsedList(std::string_view entries, size_t& count) {
   std::string pinned;
   std::multiset<std::pair<acl_tag_t, long long>> named;
   if (!PinQualifiers(entries, pinned, named, count)) return nullptr;
+  // Every qualifier is a decimal id now, which libacl reads as an id without asking the
+  // account database, so this needs no ConfineAccountLookupsWhenStatic.
   AclHandle list(acl_from_text(pinned.c_str()));
   if (!list) ThrowIfOutOfMemory(errno);
   if (!list || HasDuplicateEntries(list.get())) return nullptr;
@@ -193,6 +195,7 @@ AclHandle ParsedList(std::string_view entries, size_t& count) {
 
 void AppendLines(std::string& out, acl_t acl, const char* prefix) {
   if (acl == nullptr || acl_entries(acl) <= 0) return;
+  ConfineAccountLookupsWhenStatic();  // libacl names the entries' ids
   // Held so that it is freed when appending runs out of memory.
   const std::unique_ptr<char, int (*)(void*)> text(acl_to_any_text(acl, prefix, '\n', 0), &acl_free);
   if (text == nullptr) {

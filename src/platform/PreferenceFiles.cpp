@@ -13,6 +13,7 @@
 #include <tuple>
 #include <vector>
 
+#include "platform/Accounts.h"
 #include "platform/FileIO.h"
 #include "platform/Log.h"
 
@@ -32,6 +33,7 @@ std::string AccountHome() {
   struct passwd entry;
   struct passwd* found = nullptr;
   std::vector<char> buffer(4096);
+  ConfineAccountLookupsWhenStatic();
   while (::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE &&
          buffer.size() < (1u << 20)) {
     buffer.resize(buffer.size() * 2);

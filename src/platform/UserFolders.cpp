@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/Accounts.h"
 #include "platform/BinaryStream.h"
 #include "platform/Exceptions.h"
 
@@ -17,6 +18,7 @@ namespace {
 // The account database entry of the real user id; false when there is none.
 bool AccountEntry(struct passwd& entry, std::vector<char>& buffer) {
   buffer.resize(16384);
+  ConfineAccountLookupsWhenStatic();
   struct passwd* found = nullptr;
   return ::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found;
 }

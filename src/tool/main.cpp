@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "global/GlobalMethods.h"
-#include "platform/Accounts.h"
 #include "platform/Log.h"
 #include "platform/UnhandledException.h"
 #include "tool/App.h"
@@ -34,7 +33,6 @@ int main(int argc, char** argv) {
   }
   // A parent that closes its end of the pipe must not kill the job half way.
   std::signal(SIGPIPE, SIG_IGN);
-  grantwright::ConfineAccountLookupsWhenStatic();
   std::vector<grantwright::String> args;
   args.reserve(static_cast<size_t>(argc));
   for (int i = 0; i < argc; ++i) args.emplace_back(argv[i]);

@@ -2,6 +2,7 @@
 // and what getent's answers (the real one, and stand-ins that misbehave) come to.
 
 #include "platform/AccountDatabase.h"
+#include "platform/AccountFiles.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -78,6 +79,21 @@ TEST(AccountDatabase, EntryOfTakesTheFirstLinesNameAndId) {
       {"", "none"},
   };
   for (const auto& c : cases) EXPECT_EQ(Describe(AccountDatabase::EntryOf(c.answer)), c.entry) << c.answer;
+}
+
+// The files a static process reads itself: the first line with the name or id answers, and
+// lines that are no entry are passed over, not taken as the end.
+TEST(AccountDatabase, AccountFilesTakeTheFirstEntryWithTheNameOrId) {
+  const std::string_view text =
+      "# comment:x:5:\n+nis::::\nbroken:x:07:\nalice:x:1000:1000::/home/alice:/bin/sh\n\n"
+      "bob:x:1001:\nalice:x:1002:\ncarol:x:1000:";
+  EXPECT_EQ(Describe(AccountFiles::FindName(text, "alice")), "alice=1000");
+  EXPECT_EQ(Describe(AccountFiles::FindName(text, "carol")), "carol=1000");
+  EXPECT_EQ(Describe(AccountFiles::FindName(text, "broken")), "none");
+  EXPECT_EQ(Describe(AccountFiles::FindName(text, "alic")), "none");
+  EXPECT_EQ(Describe(AccountFiles::FindId(text, 1000)), "alice=1000");
+  EXPECT_EQ(Describe(AccountFiles::FindId(text, 7)), "none");
+  EXPECT_EQ(Describe(AccountFiles::FindId("", 0)), "none");
 }
 
 // A stand-in for getent: a shell script with `body`.
