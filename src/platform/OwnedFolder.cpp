@@ -13,6 +13,13 @@ OwnedFolder::OwnedFolder(const std::string& path, bool create) {
   status_ = Walk(path, create);
 }
 
+OwnedFolder::OwnedFolder(int descriptor)
+    : status_(descriptor >= 0 ? Status::kOpen : Status::kFailed), fd_(descriptor) {}
+
+OwnedFolder OwnedFolder::Copy() const {
+  return OwnedFolder(fd_ >= 0 ? ::fcntl(fd_, F_DUPFD_CLOEXEC, 0) : -1);
+}
+
 OwnedFolder::OwnedFolder(OwnedFolder&& other) noexcept
     : status_(std::exchange(other.status_, Status::kFailed)),
       fd_(std::exchange(other.fd_, -1)),

@@ -30,6 +30,8 @@ class OwnedFolder {
 
   // Opens the folder at the absolute `path`.
   OwnedFolder(const std::string& path, bool create);
+  // No folder (kFailed).
+  OwnedFolder() = default;
   ~OwnedFolder();
   OwnedFolder(OwnedFolder&& other) noexcept;
   OwnedFolder& operator=(OwnedFolder&&) = delete;
@@ -46,7 +48,12 @@ class OwnedFolder {
   // Whether this process may create and remove files in the folder.
   bool IsWritable() const;
 
+  // Another descriptor of the same folder, open when this one is and the descriptor could
+  // be duplicated; kFailed otherwise.
+  OwnedFolder Copy() const;
+
  private:
+  explicit OwnedFolder(int descriptor);
   Status Walk(const std::string& path, bool create);
 
   Status status_ = Status::kFailed;

@@ -16,6 +16,7 @@
 #include "platform/Accounts.h"
 #include "platform/FileIO.h"
 #include "platform/Log.h"
+#include "platform/PreferenceFolderReuse.h"
 
 namespace grantwright::PreferenceFiles {
 
@@ -176,8 +177,10 @@ bool Locate(std::string_view domain, bool anyUser, bool currentHost, Location& o
 }
 
 OwnedFolder OpenFolder(const Location& location, bool create) {
+  if (OwnedFolder again = ReopenFolder(location.folder); again.IsOpen()) return again;
   OwnedFolder folder(location.folder, create);
   if (folder.Result() == OwnedFolder::Status::kNotOwned) ReportNotOwned(folder);
+  if (folder.IsOpen()) KeepFolder(location.folder, folder);
   return folder;
 }
 

@@ -38,6 +38,21 @@ TEST(PreferenceStore, FlushWritesOnlyWhatChangesTheFile) {
   EXPECT_NE(StampOf(file), written);
 }
 
+// A process keeps its preference folder open between accesses, but a folder moved away
+// meanwhile is left behind: the next flush walks the path again and makes the folder anew.
+TEST(PreferenceStore, AFolderMovedAwayIsNotWrittenAgain) {
+  ScopedConfigHome home;
+  ASSERT_TRUE(AppSetKeyZRN(NewStore(), kTestDomain, "k", 1));
+  const std::string moved = home.Folder() + ".moved";
+  ASSERT_EQ(::rename(home.Folder().c_str(), moved.c_str()), 0);
+  ASSERT_TRUE(AppSetKeyZRN(NewStore(), kTestDomain, "k", 2));
+  EXPECT_EQ(AppGetKeyZRN(NewStore(), kTestDomain, "k").Int64Value(), 2);
+  const StoreDictionaryRef written = PlistutilDictionary(home.File(kTestDomain));
+  ASSERT_TRUE(written) << "nothing written where the folder was";
+  EXPECT_EQ(written->Count(), 1u);
+  EXPECT_EQ(PlistutilXml(moved + "/" + std::string(kTestDomain) + ".plist").find("<integer>2</integer>"), std::string::npos);
+}
+
 // Each writer adds its own keys, each through a handle of its own whose flush rereads the
 // file under the lock: none of the keys is lost.
 // Each scope of user and host flushes to a file of its own, readable by another reader;

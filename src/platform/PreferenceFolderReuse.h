@@ -1,0 +1,29 @@
+#pragma once
+// The preference folder a process opened last, kept open so that the next access to the
+// same folder need not walk its path again. A helper run reaches its store twice as it
+// starts (a flush with nothing to write, then the flush of a setting), and each walk opens
+// and checks every folder from "/" down: about 15 system calls. Reuse costs 2 when the
+// folder is kept and 2 when it is taken again (bench/helper_vs_c.sh: 82 -> 71 system calls
+// a run, median run 1.07 -> 1.05 of the static C program).
+//
+// A kept folder is taken again only while its path still leads to it (the same device and
+// inode by stat): a folder removed, renamed or replaced meanwhile is walked anew, so a
+// long-running process never writes into a folder that is gone. The folder taken is the
+// one the walk opened and checked; a path that now leads to it another way changes
+// nothing about where the store reads and writes.
+
+#include <string>
+
+#include "platform/OwnedFolder.h"
+
+namespace grantwright::PreferenceFiles {
+
+// The folder kept for `path`, as a descriptor of its own; kFailed when there is none or
+// the path no longer leads to it.
+OwnedFolder ReopenFolder(const std::string& path);
+
+// Keeps another descriptor of the open `folder`, walked from `path`, in place of the one
+// kept before.
+void KeepFolder(const std::string& path, const OwnedFolder& folder);
+
+}  // namespace grantwright::PreferenceFiles
