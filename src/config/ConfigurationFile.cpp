@@ -11,11 +11,13 @@ namespace grantwright::ConfigurationFile {
 
 DictionaryRef Read(const String& configPath, const std::function<void(const String&)>& report) {
   const FolderItemRef configFile = PathToFolderItem(configPath);
-  if (!configFile || !configFile->Exists()) {
+  // One look at the file tells both whether it exists and its length.
+  const uint64_t length = configFile ? configFile->Length() : 0;
+  if (!configFile || configFile->LastErrorCode() != 0) {
     report("Missing config file!");
     return nullptr;
   }
-  if (configFile->Length() > kMaxBytes) {
+  if (length > kMaxBytes) {
     System::DebugLog(String("Configuration file is larger than " + std::to_string(kMaxBytes) +
                             " bytes, not read: " + configFile->NativePath()));
     report("Failed to read config file!");

@@ -1,5 +1,7 @@
 #include "fileutil/FolderItemExtension.h"
 
+#include <cerrno>
+
 #include "convert/UniversalExtension.h"
 #include "global/GlobalMethods.h"
 #include "platform/Exceptions.h"
@@ -60,11 +62,21 @@ bool ReadContentsSmartZRN(const FolderItemRef& file, String& contents,
                           const TextEncoding* overrideEncoding, bool showErrorDialog,
                           bool replaceLineEndings, bool forceUTF8) {
   contents = String();
-  if (!file || !file->Exists() || !file->IsReadable()) {
-    return Fail("ReadContentsSmartZRN() failed as the file was not found or readable.", showErrorDialog);
-  }
+  constexpr const char* kNotFound = "ReadContentsSmartZRN() failed as the file was not found or readable.";
+  if (!file) return Fail(kNotFound, showErrorDialog);
   try {
-    const BinaryStreamRef stream = BinaryStream::Open(file, /*readWrite=*/false);
+    // The open itself tells a file that is not there, or that this process may not read,
+    // from one that cannot be read: one system call where a look and a check took two more.
+    BinaryStreamRef stream;
+    try {
+      stream = BinaryStream::Open(file, /*readWrite=*/false);
+    } catch (const IOException& e) {
+      switch (e.ErrorNumber()) {
+        case ENOENT: case ENOTDIR: case ELOOP: case ENAMETOOLONG: case EACCES: case EPERM:
+          return Fail(kNotFound, showErrorDialog);
+      }
+      throw;
+    }
     const TextEncoding* found = ReadEncodingBitsZRN(stream);
     contents = ReadRemainderZRN(stream, found);
     stream->Close();

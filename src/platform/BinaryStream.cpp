@@ -63,7 +63,10 @@ void BinaryStream::Close() {
 
 void BinaryStream::Fill(uint64_t position) {
   if (fd_ < 0) throw IOException("stream is closed", EBADF);
-  ReadAt(fd_, position, kWindow, buffer_);
+  // Within the length the file had when opened, ask for no more than is there, so a small
+  // file takes one read, not a second that finds its end.
+  const size_t window = position < length_ && length_ - position < kWindow ? length_ - position : kWindow;
+  ReadAt(fd_, position, window, buffer_);
   bufferStart_ = position;
 }
 
@@ -77,8 +80,13 @@ String BinaryStream::Read(uint64_t count, const TextEncoding* encoding) {
   if (fd_ < 0) throw IOException("stream is closed", EBADF);
   if (position_ >= length_ || count == 0) return String(std::string(), encoding);
   const uint64_t available = length_ - position_;
+  const size_t wanted = static_cast<size_t>(count < available ? count : available);
   std::string bytes;
-  ReadAt(fd_, position_, static_cast<size_t>(count < available ? count : available), bytes);
+  if (position_ >= bufferStart_ && position_ + wanted <= bufferStart_ + buffer_.size()) {
+    bytes.assign(buffer_, position_ - bufferStart_, wanted);  // read already
+  } else {
+    ReadAt(fd_, position_, wanted, bytes);
+  }
   position_ += bytes.size();
   return String(std::move(bytes), encoding);
 }
