@@ -49,8 +49,13 @@ class RealFileChanges final : public FileChanges {
   int ChangeLists(int item, acl_t access, acl_t defaults, bool folder) override {
     const std::string path = ProcPathOf(item);
     if (path.empty()) return errno;
-    const AclHandle previous(acl_get_file(path.c_str(), ACL_TYPE_ACCESS));
-    if (!previous) return errno;
+    // A folder's second write may fail after the first went through: the access list it
+    // replaces is kept to be put back. A file's one write needs nothing kept.
+    AclHandle previous;
+    if (folder) {
+      previous.reset(acl_get_file(path.c_str(), ACL_TYPE_ACCESS));
+      if (!previous) return errno;
+    }
     if (acl_set_file(path.c_str(), ACL_TYPE_ACCESS, access) != 0) return errno;
     int error = 0;
     if (defaults) {

@@ -23,10 +23,16 @@ bool IsProcfs(int fd) {
 }  // namespace
 
 std::string ProcPathOf(int fd) {
-  const Descriptor proc(::open("/proc", O_PATH | O_DIRECTORY | O_CLOEXEC));
-  if (proc.Get() < 0 || !IsProcfs(proc.Get())) {
-    errno = EXDEV;
-    return {};
+  // Found procfs once, the folder is kept for the process: a mount over /proc later cannot
+  // change what it holds. Found not to be, it is looked at again next time.
+  static Descriptor proc;
+  if (proc.Get() < 0) {
+    Descriptor opened(::open("/proc", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (opened.Get() < 0 || !IsProcfs(opened.Get())) {
+      errno = EXDEV;
+      return {};
+    }
+    proc = std::move(opened);
   }
   const std::string path = "/proc/self/fd/" + std::to_string(fd);
   struct stat item;
