@@ -4,19 +4,13 @@
 #include <poll.h>
 #include <signal.h>
 #include <grp.h>
-#include <linux/audit.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/syscall.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cmath>
-#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -115,25 +109,6 @@ void Drain(int outFd, int errFd, std::string& out, std::string& err) {
   }
 }
 
-// Makes every call of `syscalls` fail with EPERM from here on, for this process and what
-// it executes. Gives false when the filter cannot be installed.
-bool RefuseSyscalls(const std::vector<long>& syscalls) {
-  if (syscalls.empty()) return true;
-  std::vector<sock_filter> program;
-  program.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, arch)));
-  program.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, AUDIT_ARCH_X86_64, 1, 0));
-  program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS));
-  program.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)));
-  for (const long nr : syscalls) {
-    program.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<uint32_t>(nr), 0, 1));
-    program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM));
-  }
-  program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
-  const sock_fprog fprog{static_cast<unsigned short>(program.size()), program.data()};
-  return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-         ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &fprog) == 0;
-}
-
 struct StartedProcess {
   pid_t pid;
   int out;
@@ -158,7 +133,6 @@ StartedProcess Start(const std::vector<std::string>& argv, const RunOptions& opt
     for (const std::string& entry : options.env) ::putenv(const_cast<char*>(entry.c_str()));
     if (options.gid != static_cast<gid_t>(-1) && (::setgroups(0, nullptr) != 0 || ::setgid(options.gid) != 0)) _exit(126);
     if (options.uid != static_cast<uid_t>(-1) && ::setuid(options.uid) != 0) _exit(126);
-    if (!RefuseSyscalls(options.refusedSyscalls)) _exit(126);
     std::vector<char*> args;
     for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
     args.push_back(nullptr);

@@ -39,9 +39,6 @@ struct RunOptions {
   std::vector<std::string> env = {};  // extra NAME=value entries
   uid_t uid = static_cast<uid_t>(-1);  // run as this user (root only); -1 keeps ours
   gid_t gid = static_cast<gid_t>(-1);
-  // System calls (numbers, __NR_*) the process is refused with EPERM, through a seccomp
-  // filter installed before it starts: a real refusal at the kernel boundary.
-  std::vector<long> refusedSyscalls = {};
   // The process's address space is limited to this many bytes (RLIMIT_AS, as `ulimit -v`
   // sets it); 0 leaves it as it is.
   size_t addressSpace = 0;
