@@ -3,8 +3,8 @@
 // itself. Through the C library the same lookups cost a read of nsswitch.conf before the
 // files and a second read of a file for each name; the static helper asks for a name or
 // two in a run that lasts about a millisecond, so each file is read once, whole, and kept
-// for the rest of the process (bench/helper_vs_c.sh: 95 system calls a run before, with
-// the preference folder's reuse 62; see README).
+// for the rest of the process (bench/helper_vs_c.sh, owner branch: 95 -> 82 system calls a
+// run, and the median run 1.106 -> 1.073 of the static C program's).
 //
 // A line is "name:password:id:...", as in both files; the first line with the name (or the
 // id) asked for answers, lines that are not so (comments, compat entries, ids that
