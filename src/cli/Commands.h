@@ -31,4 +31,12 @@ int Reference(const std::string& file, const std::string& output);
 // Status 0 when an existing file was found, 1 otherwise.
 int Resolve(const std::string& storedPath);
 
+// Prints as JSON what the desktop shows of the item at `path`: whether it exists, its
+// display name, its kind and its content type (null when none is known); a missing item's
+// kind and type are guessed from its name. InfoOfReference does the same for the file of
+// the stored reference in the file `storedPath`, through the reference's own queries.
+// Status 0 when the item exists, 1 otherwise.
+int Info(const std::string& path);
+int InfoOfReference(const std::string& storedPath);
+
 }  // namespace grantwright::Commands

@@ -1,6 +1,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/Commands.h"
+#include "cli/StoredText.h"
 #include "filerefs/SmartFolderItemZRN.h"
 #include "platform/FileIO.h"
 #include "platform/Log.h"
@@ -9,9 +10,6 @@
 namespace grantwright::Commands {
 
 namespace {
-
-// A stored reference is a few hundred bytes; a file far larger is no stored reference.
-constexpr size_t kMaxStoredSize = 1 << 20;
 
 int Fail(const std::string& message) {
   MsgBox(String("grantwright: " + message));
@@ -28,17 +26,6 @@ const char* RouteName(SmartFolderItemZRN::Route route) {
     case SmartFolderItemZRN::Route::kNone: break;
   }
   return nullptr;
-}
-
-// The whole content of `path`, less one trailing line end; 0 or the errno of the read.
-int ReadStored(const std::string& path, std::string& content) {
-  if (const int error = ReadWholeFile(path, kMaxStoredSize, content); error != 0) return error;
-  if (content.ends_with("\r\n")) {
-    content.resize(content.size() - 2);
-  } else if (content.ends_with('\n')) {
-    content.pop_back();
-  }
-  return 0;
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // grantwright: capture a file's access rights into a configuration, explain a
-// configuration as the helper reads it, and make and resolve references to files.
+// configuration as the helper reads it, make and resolve references to files, and show
+// what the desktop knows of a file.
 
 #include <cstring>
 #include <exception>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "cli/Commands.h"
+#include "desktop/GioFileKinds.h"
 #include "global/GlobalMethods.h"
 #include "global/Startup.h"
 #include "platform/Environment.h"
@@ -22,6 +24,7 @@ constexpr const char* kHelp =
     "       grantwright explain <config path>\n"
     "       grantwright reference <file> [-o <stored path>]\n"
     "       grantwright resolve <stored path>\n"
+    "       grantwright info <file> | --reference <stored path>\n"
     "\n"
     "  capture   writes the configuration that restores <file>'s owner, group, mode and\n"
     "            access control list, on standard output or into <config path> (mode 0600),\n"
@@ -31,6 +34,8 @@ constexpr const char* kHelp =
     "            on standard output or into <stored path> (mode 0600)\n"
     "  resolve   finds the file of the reference (or plain path) <stored path> holds and shows\n"
     "            it as JSON; status 0 when the file exists, 1 when it was not found\n"
+    "  info      shows, as JSON, whether <file> (or the file of a reference) exists, its\n"
+    "            display name, its kind and its content type; status as for resolve\n"
     "\n"
     "Round trip:\n"
     "  grantwright capture /srv/data -o data.xml   # now\n"
@@ -59,12 +64,17 @@ int Run(const std::vector<std::string>& args) {
     return grantwright::Commands::Reference(args[1], args.size() == 4 ? args[3] : std::string());
   }
   if (command == "resolve" && args.size() == 2) return grantwright::Commands::Resolve(args[1]);
+  if (command == "info" && args.size() == 2) return grantwright::Commands::Info(args[1]);
+  if (command == "info" && args.size() == 3 && args[1] == "--reference") {
+    return grantwright::Commands::InfoOfReference(args[2]);
+  }
   return Usage();
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  grantwright::InstallDesktopServices();
   grantwright::Startup::CachedDebugMode = grantwright::EnvironmentValue("GRANTWRIGHT_DEBUG") == "1";
   if (grantwright::GlobalMethods::DebuggingEnabledZRN()) {
     grantwright::SetLogSink([](std::string_view line) { grantwright::MsgBox(grantwright::String(line)); });

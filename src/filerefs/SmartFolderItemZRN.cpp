@@ -1,5 +1,6 @@
 #include "filerefs/SmartFolderItemZRN.h"
 
+#include "fileutil/FileKinds.h"
 #include "fileutil/FolderItemExtension.h"
 #include "platform/ConsoleApplication.h"
 #include "platform/Log.h"
@@ -68,6 +69,8 @@ bool SmartFolderItemZRN::GetFileExists() {
   const FolderItemRef file = GetFile();
   return file && file->Exists();
 }
+
+String SmartFolderItemZRN::GetFileKind() { return KindMBS(GetFile()); }
 
 SmartFolderItemZRNRef SmartFolderItemZRN::DuplicateMe() {
   auto copy = std::make_shared<SmartFolderItemZRN>();

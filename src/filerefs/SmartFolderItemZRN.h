@@ -91,6 +91,9 @@ class SmartFolderItemZRN : public Object {
   virtual SmartFolderItemZRNRef DuplicateMe();
   // Whether GetFile finds an existing file.
   virtual bool GetFileExists();
+  // The kind of the file GetFile finds, existing or missing (KindMBS); "unknown" when it
+  // finds none.
+  virtual String GetFileKind();
 
   Route LastRoute() const { return lastRoute_; }
 

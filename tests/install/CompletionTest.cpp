@@ -23,7 +23,7 @@ TEST(Completion, OffersTheCommandsThenFilesAndTheOutputOption) {
     std::string line;  // the command line up to the cursor
     std::string offered;  // the completions, sorted, one a line
   } cases[] = {
-      {"grantwright ", "--help\ncapture\nexplain\nreference\nresolve\n"},
+      {"grantwright ", "--help\ncapture\nexplain\ninfo\nreference\nresolve\n"},
       {"grantwright re", "reference\nresolve\n"},
       {"grantwright reference notes.txt ", "-o\n"},
       {"grantwright resolve " + dir / "j", dir / "job.xml\n"},
@@ -34,6 +34,8 @@ TEST(Completion, OffersTheCommandsThenFilesAndTheOutputOption) {
       {"grantwright capture notes.txt -o out.xml ", ""},
       {"grantwright explain " + dir / "j", dir / "job.xml\n"},
       {"grantwright explain job.xml ", ""},
+      {"grantwright info --r", "--reference\n"},
+      {"grantwright info --reference " + dir / "j", dir / "job.xml\n"},
       {"grantwright --help ", ""},
   };
   const std::string script =
