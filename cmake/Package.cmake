@@ -41,14 +41,16 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME grantwright)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS bash-completion)
+# `grantwright info` names kinds from this database; without it every kind is generic.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS shared-mime-info)
 # The first line is the synopsis; CPack indents the others and marks the empty one.
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "restore a file's owner, group, mode and access control list
 grantwright-helper applies a typed XML configuration to one file: its owner,
 group and mode, or its POSIX access control list. A parent program starts it,
 usually as root, and reads one line and an exit status back.
 
-grantwright captures a file's rights into such a configuration and explains
-what a configuration holds.")
+grantwright captures a file's rights into such a configuration, explains
+what a configuration holds, keeps references to files and shows their kinds.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME grantwright-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
