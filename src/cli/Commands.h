@@ -31,12 +31,21 @@ int Reference(const std::string& file, const std::string& output);
 // Status 0 when an existing file was found, 1 otherwise.
 int Resolve(const std::string& storedPath);
 
-// Prints as JSON what the desktop shows of the item at `path`: whether it exists, its
-// display name, its kind and its content type (null when none is known); a missing item's
-// kind and type are guessed from its name. InfoOfReference does the same for the file of
-// the stored reference in the file `storedPath`, through the reference's own queries.
-// Status 0 when the item exists, 1 otherwise.
-int Info(const std::string& path);
-int InfoOfReference(const std::string& storedPath);
+// What `grantwright info` is asked.
+struct InfoRequest {
+  std::string target;          // the item's path, or with `reference` the stored reference's
+  bool reference = false;
+  int64_t iconSize = 0;        // with an icon: its size, and the PNG file to write it to
+  std::string iconOutput;
+  int64_t route = -1;          // the icon's route (IconZRN); a reference takes its own
+};
+
+// Prints as JSON what the desktop shows of the item: whether it exists, its display name,
+// its kind and its content type (null when none is known); a missing item's kind and type
+// are guessed from its name. For a stored reference, the item is the file it finds, shown
+// through the reference's own queries. With an icon size, the icon is written as a PNG
+// file (a failure to find or write one is a line on standard error). Status 0 when the item
+// exists and a wanted icon was written, 1 otherwise.
+int Info(const InfoRequest& request);
 
 }  // namespace grantwright::Commands

@@ -2,7 +2,10 @@
 // configuration as the helper reads it, make and resolve references to files, and show
 // what the desktop knows of a file.
 
+#include <climits>
+#include <cstdint>
 #include <cstring>
+#include <stdexcept>
 #include <exception>
 #include <new>
 #include <optional>
@@ -11,6 +14,7 @@
 
 #include "cli/Commands.h"
 #include "desktop/GioFileKinds.h"
+#include "fileutil/FileIcons.h"
 #include "global/GlobalMethods.h"
 #include "global/Startup.h"
 #include "platform/Environment.h"
@@ -25,6 +29,7 @@ constexpr const char* kHelp =
     "       grantwright reference <file> [-o <stored path>]\n"
     "       grantwright resolve <stored path>\n"
     "       grantwright info <file> | --reference <stored path>\n"
+    "                        [--icon <size> -o <png path>] [--route <n>]\n"
     "\n"
     "  capture   writes the configuration that restores <file>'s owner, group, mode and\n"
     "            access control list, on standard output or into <config path> (mode 0600),\n"
@@ -35,7 +40,10 @@ constexpr const char* kHelp =
     "  resolve   finds the file of the reference (or plain path) <stored path> holds and shows\n"
     "            it as JSON; status 0 when the file exists, 1 when it was not found\n"
     "  info      shows, as JSON, whether <file> (or the file of a reference) exists, its\n"
-    "            display name, its kind and its content type; status as for resolve\n"
+    "            display name, its kind and its content type; status as for resolve.\n"
+    "            --icon writes its icon, <size> pixels square, as a PNG file; --route\n"
+    "            chooses how: -1 or 3 the file's own icon (the default), 1 or 2 its type's,\n"
+    "            4 a preview, any other number the theme's picture of exactly that size\n"
     "\n"
     "Round trip:\n"
     "  grantwright capture /srv/data -o data.xml   # now\n"
@@ -47,6 +55,52 @@ constexpr const char* kHelp =
 int Usage() {
   grantwright::MsgBox(grantwright::String(std::string(kHelp, std::strlen(kHelp) - 1)));
   return 2;
+}
+
+// A whole decimal number from `min` to `max`; nothing for any other text.
+std::optional<int64_t> Number(const std::string& text, int64_t min, int64_t max) {
+  size_t used = 0;
+  try {
+    const long long value = std::stoll(text, &used, 10);
+    if (used == text.size() && value >= min && value <= max) return value;
+  } catch (const std::logic_error&) {
+  }
+  return std::nullopt;
+}
+
+// info's arguments: a path or --reference and a stored path, then options in any order.
+std::optional<grantwright::Commands::InfoRequest> InfoRequestOf(const std::vector<std::string>& args) {
+  grantwright::Commands::InfoRequest request;
+  bool routed = false;
+  for (size_t i = 1; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    const bool hasValue = i + 1 < args.size();
+    if (arg == "--reference" && hasValue && request.target.empty()) {
+      request.reference = true;
+      request.target = args[++i];
+    } else if (arg == "--icon" && hasValue) {
+      const auto size = Number(args[++i], 1, grantwright::kMaxIconSize);
+      if (!size) return std::nullopt;
+      request.iconSize = *size;
+    } else if (arg == "-o" && hasValue) {
+      request.iconOutput = args[++i];
+    } else if (arg == "--route" && hasValue) {
+      const auto route = Number(args[++i], INT64_MIN, INT64_MAX);
+      if (!route) return std::nullopt;
+      request.route = *route;
+      routed = true;
+    } else if (request.target.empty() && !arg.starts_with("-")) {
+      request.target = arg;
+    } else {
+      return std::nullopt;
+    }
+  }
+  // An icon needs its file and a file its icon; a reference shows its own icon.
+  if (request.target.empty() || (request.iconSize == 0) != request.iconOutput.empty() ||
+      (routed && (request.reference || request.iconSize == 0))) {
+    return std::nullopt;
+  }
+  return request;
 }
 
 int Run(const std::vector<std::string>& args) {
@@ -64,9 +118,9 @@ int Run(const std::vector<std::string>& args) {
     return grantwright::Commands::Reference(args[1], args.size() == 4 ? args[3] : std::string());
   }
   if (command == "resolve" && args.size() == 2) return grantwright::Commands::Resolve(args[1]);
-  if (command == "info" && args.size() == 2) return grantwright::Commands::Info(args[1]);
-  if (command == "info" && args.size() == 3 && args[1] == "--reference") {
-    return grantwright::Commands::InfoOfReference(args[2]);
+  if (command == "info") {
+    const std::optional<grantwright::Commands::InfoRequest> request = InfoRequestOf(args);
+    return request ? grantwright::Commands::Info(*request) : Usage();
   }
   return Usage();
 }

@@ -2,6 +2,8 @@
 
 #include <gio/gio.h>
 
+#include "desktop/GioFileIcons.h"
+
 #include <memory>
 
 namespace grantwright {
@@ -43,7 +45,9 @@ std::string GioFileKinds::Description(const std::string& contentType) {
 
 void InstallDesktopServices() {
   static GioFileKinds kinds;
+  static GioFileIcons icons;
   InstallFileKinds(&kinds);
+  InstallFileIcons(&icons);
 }
 
 }  // namespace grantwright

@@ -15,7 +15,7 @@ class GioFileKinds final : public FileKinds {
   std::string Description(const std::string& contentType) override;
 };
 
-// Installs one GioFileKinds for the rest of the process.
+// Installs one GioFileKinds and one GioFileIcons for the rest of the process.
 void InstallDesktopServices();
 
 }  // namespace grantwright

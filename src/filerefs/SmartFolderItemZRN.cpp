@@ -1,5 +1,6 @@
 #include "filerefs/SmartFolderItemZRN.h"
 
+#include "fileutil/FileIcons.h"
 #include "fileutil/FileKinds.h"
 #include "fileutil/FolderItemExtension.h"
 #include "platform/ConsoleApplication.h"
@@ -71,6 +72,13 @@ bool SmartFolderItemZRN::GetFileExists() {
 }
 
 String SmartFolderItemZRN::GetFileKind() { return KindMBS(GetFile()); }
+
+PictureRef SmartFolderItemZRN::GetFileIcon(int64_t size, const PictureRef& fallback) {
+  const FolderItemRef file = GetFile();
+  if (!file || !file->Exists()) return fallback;
+  PictureRef icon = FolderItemExtension::IconZRN(file, size, false, -1);
+  return icon ? icon : fallback;
+}
 
 SmartFolderItemZRNRef SmartFolderItemZRN::DuplicateMe() {
   auto copy = std::make_shared<SmartFolderItemZRN>();

@@ -39,6 +39,7 @@
 #include "platform/BookmarkService.h"
 #include "platform/FolderItem.h"
 #include "platform/Object.h"
+#include "platform/Picture.h"
 #include "platform/String.h"
 
 namespace grantwright {
@@ -94,6 +95,9 @@ class SmartFolderItemZRN : public Object {
   // The kind of the file GetFile finds, existing or missing (KindMBS); "unknown" when it
   // finds none.
   virtual String GetFileKind();
+  // The icon of the file GetFile finds, if it exists (IconZRN, route -1), at `size` x `size`;
+  // `fallback` (which may be nil) when there is no file or no icon.
+  virtual PictureRef GetFileIcon(int64_t size, const PictureRef& fallback);
 
   Route LastRoute() const { return lastRoute_; }
 

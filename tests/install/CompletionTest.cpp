@@ -34,7 +34,8 @@ TEST(Completion, OffersTheCommandsThenFilesAndTheOutputOption) {
       {"grantwright capture notes.txt -o out.xml ", ""},
       {"grantwright explain " + dir / "j", dir / "job.xml\n"},
       {"grantwright explain job.xml ", ""},
-      {"grantwright info --r", "--reference\n"},
+      {"grantwright info --r", "--reference\n--route\n"},
+      {"grantwright info notes.txt --icon 16 -o " + dir / "j", dir / "job.xml\n"},
       {"grantwright info --reference " + dir / "j", dir / "job.xml\n"},
       {"grantwright --help ", ""},
   };
