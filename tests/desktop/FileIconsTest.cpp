@@ -180,6 +180,21 @@ TEST(FileIcons, InfoWritesEachRoutesIconAtTheAskedSize) {
   EXPECT_EQ(IconOf(theme, text, 32, -1).picture->RGBA(), IconOf(theme, text, 32, 3).picture->RGBA());
   EXPECT_EQ(IconOf(theme, text, 16, 1).picture->RGBA(), IconOf(theme, text, 16, 2).picture->RGBA());
   EXPECT_EQ(IconOf(theme, image, 20, 4).picture->RGBA()[3], 0);
+  // An image of 4100 x 4100 pixels (opaque white, some 70 kB of PNG) is not decoded: its
+  // preview is the theme's icon.
+  const std::string huge = dir / "huge.png";
+  ASSERT_EQ(::grantwright::testing::Run(
+                {"/usr/bin/python3", "-c",
+                 "import struct, sys, zlib\n"
+                 "def chunk(t, d): return struct.pack('>I', len(d)) + t + d + struct.pack('>I', zlib.crc32(t + d))\n"
+                 "n = 4100\n"
+                 "rows = zlib.compress((b'\\0' + b'\\xff' * 4 * n) * n)\n"
+                 "open(sys.argv[1], 'wb').write(b'\\x89PNG\\r\\n\\x1a\\n' + chunk(b'IHDR', struct.pack('>IIBBBBB', n, n, 8, 6, 0, 0, 0))"
+                 " + chunk(b'IDAT', rows) + chunk(b'IEND', b''))\n",
+                 huge})
+                .status,
+            0);
+  EXPECT_EQ(Centre(IconOf(theme, huge, 16, 4).picture), TestTheme::kMagenta);
   // No raster of exactly 24 for the family route, and none for a missing file.
   EXPECT_EQ(IconOf(theme, text, 24, 0).status, 1);
   EXPECT_EQ(IconOf(theme, dir / "gone.txt", 16, 3).status, 1);
