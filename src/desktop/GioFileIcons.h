@@ -2,7 +2,7 @@
 // Icons of files over GIO, the freedesktop icon theme and gdk-pixbuf.
 //
 // Icon names come from GIO: the file's own icon (what a file manager shows) or the generic
-// icon of its content type. A name is looked up as the icon theme specification says, in
+// icon of its content type. A name is looked up as freedesktop icon themes are read, in
 // the theme "Adwaita" and then in "hicolor", under $XDG_DATA_HOME/icons and each
 // $XDG_DATA_DIRS/icons: in the first theme that has the name, the directory whose size
 // matches, else the nearest; the next name only when no theme has this one. PNG and SVG
