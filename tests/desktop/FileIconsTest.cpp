@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 
 #include "desktop/GioFileIcons.h"
@@ -95,12 +96,10 @@ class TestTheme {
  public:
   TestTheme() {
     const std::string theme = dir_.path() + "/share/icons/hicolor";
-    for (const char* sub : {"/share", "/share/icons", "/share/icons/hicolor", "/share/icons/hicolor/16x16",
-                            "/share/icons/hicolor/16x16/mimetypes", "/share/icons/hicolor/32x32",
-                            "/share/icons/hicolor/32x32/mimetypes", "/share/icons/hicolor/scalable",
-                            "/share/icons/hicolor/scalable/mimetypes", "/cache"}) {
-      ::mkdir((dir_.path() + sub).c_str(), 0755);
+    for (const char* sub : {"/16x16/mimetypes", "/32x32/mimetypes", "/scalable/mimetypes"}) {
+      std::filesystem::create_directories(theme + sub);
     }
+    std::filesystem::create_directories(Cache() + "/thumbnails/normal");
     ::symlink("/usr/share/mime", (dir_.path() + "/share/mime").c_str());
     std::ofstream(theme + "/index.theme")
         << "[Icon Theme]\nName=Test\nDirectories=16x16/mimetypes,32x32/mimetypes,scalable/mimetypes\n\n"
@@ -204,10 +203,7 @@ TEST(FileIcons, InfoWritesEachRoutesIconAtTheAskedSize) {
   ASSERT_EQ(::stat(text.c_str(), &st), 0);
   gchar* uri = g_filename_to_uri(text.c_str(), nullptr, nullptr);
   gchar* digest = g_compute_checksum_for_string(G_CHECKSUM_MD5, uri, -1);
-  const std::string thumbnails = theme.Cache() + "/thumbnails", normal = thumbnails + "/normal";
-  ::mkdir(thumbnails.c_str(), 0700);
-  ::mkdir(normal.c_str(), 0700);
-  const std::string thumbnail = normal + "/" + digest + ".png";
+  const std::string thumbnail = theme.Cache() + "/thumbnails/normal/" + digest + ".png";
   g_free(uri);
   g_free(digest);
   for (const long long mtime : {static_cast<long long>(st.st_mtime) - 1, static_cast<long long>(st.st_mtime)}) {
