@@ -8,7 +8,6 @@
 #include "fileutil/FileKinds.h"
 #include "platform/FileIO.h"
 #include "platform/Log.h"
-#include "platform/TextEncoding.h"
 #include "platform/Utf8.h"
 #include "prefs/CorePreferences.h"
 

@@ -41,14 +41,7 @@ struct ThemeDirectory {
   enum class Type { kFixed, kScalable, kThreshold } type = Type::kThreshold;
   int size = 0, minSize = 0, maxSize = 0, threshold = 2;
 
-  bool Matches(int wanted) const {
-    switch (type) {
-      case Type::kFixed: return size == wanted;
-      case Type::kScalable: return minSize <= wanted && wanted <= maxSize;
-      case Type::kThreshold: return size - threshold <= wanted && wanted <= size + threshold;
-    }
-    return false;
-  }
+  // How far `wanted` lies outside the sizes the directory serves; 0 when it serves it.
   int Distance(int wanted) const {
     const int low = type == Type::kThreshold ? size - threshold : type == Type::kFixed ? size : minSize;
     const int high = type == Type::kThreshold ? size + threshold : type == Type::kFixed ? size : maxSize;
@@ -135,7 +128,7 @@ std::string FindIcon(const std::vector<std::string>& names, int size, bool exact
             if (exactRaster && std::string(extension) != ".png") continue;
             const std::string file = root + "/" + dir.name + "/" + name + extension;
             if (!IsFile(file)) continue;
-            if (dir.Matches(size)) return file;
+            if (dir.Distance(size) == 0) return file;
             if (dir.Distance(size) < nearestDistance) {
               nearestDistance = dir.Distance(size);
               nearest = file;
