@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -89,15 +90,20 @@ int ReadWholeFile(const std::string& path, size_t maxBytes, std::string& content
   } else if (!S_ISREG(st.st_mode)) {
     error = EINVAL;
   }
-  char buffer[65536];
+  // Straight into `content`, sized by the file's length plus one byte, so that one read
+  // usually sees the end too; a file that grows meanwhile still reads whole.
+  size_t size = 0;
+  if (error == 0) content.resize(std::min(static_cast<size_t>(st.st_size), maxBytes) + 1);
   while (error == 0) {
-    const ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (size == content.size()) content.resize(std::min(content.size() * 2, maxBytes + 1));
+    const ssize_t n = ::read(fd, content.data() + size, content.size() - size);
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) error = errno;
     if (n <= 0) break;
-    if (content.size() + static_cast<size_t>(n) > maxBytes) error = EFBIG;
-    else content.append(buffer, static_cast<size_t>(n));
+    size += static_cast<size_t>(n);
+    if (size > maxBytes) error = EFBIG;
   }
+  content.resize(size);
   CloseReadDescriptor(fd);
   if (error != 0) content.clear();
   return error;

@@ -1,0 +1,31 @@
+/* The helper's entry point: maps the program's whole image (code, constants, initial data)
+ * into the address space with one system call, then starts the C library as usual.
+ *
+ * A run of the helper touches code in nearly every 64 kB stretch of its image; each first
+ * touch is a page fault, and on virtual machines a fault costs several microseconds,
+ * about as much as ten system calls. madvise(MADV_POPULATE_READ) maps the pages (already in
+ * the page cache after the first run) in one call: a run of the owner branch went from 1.20x
+ * to 1.11x the time of the static C program doing the same work (bench/helper_vs_c.sh,
+ * 1,000 alternating runs). On a kernel without MADV_POPULATE_READ (before 5.14) the call
+ * fails and the pages fault in as before.
+ *
+ * Nothing here may touch thread-local storage or the stack canary: the C library has not
+ * set them up yet. %rdx holds the function the loader asks to run at exit; it is kept. */
+
+        .text
+        .globl  grantwright_populated_start
+        .type   grantwright_populated_start, @function
+grantwright_populated_start:
+        endbr64
+        mov     %rdx, %r12
+        lea     __executable_start(%rip), %rdi
+        lea     _edata(%rip), %rsi
+        sub     %rdi, %rsi              /* length: through the initialized data */
+        mov     $22, %edx               /* MADV_POPULATE_READ */
+        mov     $28, %eax               /* SYS_madvise */
+        syscall
+        mov     %r12, %rdx
+        jmp     _start
+        .size   grantwright_populated_start, .-grantwright_populated_start
+
+        .section .note.GNU-stack, "", @progbits
