@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # Where a helper run's time goes, next to the static C program doing the same job
 # (bench/helper_job.c): the system calls of one run of each, side by side (strace -c), the
-# page faults, context switches and CPU time of <runs> runs (perf stat), and the functions,
-# user and kernel, that the samples of <runs> helper runs land in (perf record).
+# page faults, context switches and CPU time of <runs> runs (perf stat), the split of the
+# run into its start (the image, the libraries' start-up, the preference load, exit) and its
+# job, each against its C counterpart (bench/start_and_exit.c), and the functions, user and
+# kernel, that the samples of <runs> helper runs land in (perf record).
 #   bench/helper_breakdown.sh [runs] [build folder] [-a]
 # Needs strace and perf (Debian's linux-perf); a machine without hardware counters still
 # gives the software ones.
@@ -12,7 +14,7 @@ runs=${1:-500}
 build=${2:-build}
 branch=${3:-}
 cmake --build "$build" --target grantwright-helper baseline_helper_job_static \
-  baseline_helper_acl_job_static >/dev/null
+  baseline_helper_acl_job_static baseline_start_and_exit_static spawn_timer >/dev/null
 helper=$PWD/$build/grantwright-helper
 bench=$PWD/$build/bench
 
@@ -43,6 +45,14 @@ for side in helper C; do
   perf stat -x, -e task-clock,page-faults,context-switches -r "$runs" "${cmd[@]}" 2>&1 >/dev/null |
     awk -F, '{printf "  %-18s %12s %s  (+- %s)\n", $3, $1, $2, $4}'
 done
+
+# The helper given no arguments loads its preferences, refuses the command line and exits:
+# everything of a run but the job.
+echo "== the start alone: the helper with no arguments | a static C program that only exits"
+"$bench/spawn_timer" "$runs" "$helper" -- "$bench/baseline_start_and_exit_static" | sed 's/^/  /'
+echo "== the job alone: the run | the start alone, for the helper and for C"
+"$bench/spawn_timer" "$runs" "${a[@]}" -- "$helper" | sed 's/^/  helper /'
+"$bench/spawn_timer" "$runs" "${b[@]}" -- "$bench/baseline_start_and_exit_static" | sed 's/^/  C      /'
 
 echo "== where the helper's samples land ($runs runs, cpu-clock), top 30"
 perf record -q -e cpu-clock -F 20000 -o "$work/perf.data" -- bash -c "$(declare -f loop); runs=$runs; loop $(printf '%q ' "${a[@]}")" >/dev/null 2>&1

@@ -2,7 +2,8 @@
  * machine state, and prints the median wall time of each, their ratio, and the median
  * page faults of each.
  *   spawn_timer <runs> <command A...> -- <command B...>
- * Every run must exit with status 0; the first one that does not stops the measurement.
+ * Every run of a command must end as its first run did (the helper refusing a command line
+ * ends with 255 every time); the first one that does not stops the measurement.
  * Standard output and error of the commands go to /dev/null. */
 #define _GNU_SOURCE
 #include <fcntl.h>
@@ -22,6 +23,7 @@ struct sample {
   long faults;
 };
 
+/* Runs `argv` once; its exit status, or -1 when it could not run or was killed. */
 static int run_once(char** argv, const posix_spawn_file_actions_t* actions, struct sample* out) {
   struct timespec start, end;
   clock_gettime(CLOCK_MONOTONIC, &start);
@@ -33,7 +35,7 @@ static int run_once(char** argv, const posix_spawn_file_actions_t* actions, stru
   clock_gettime(CLOCK_MONOTONIC, &end);
   out->micros = (double)(end.tv_sec - start.tv_sec) * 1e6 + (double)(end.tv_nsec - start.tv_nsec) / 1e3;
   out->faults = usage.ru_minflt + usage.ru_majflt;
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? 0 : -1;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 static int by_double(const void* a, const void* b) {
@@ -91,20 +93,18 @@ int main(int argc, char** argv) {
   struct sample* sa = calloc((size_t)runs, sizeof *sa);
   struct sample* sb = calloc((size_t)runs, sizeof *sb);
   struct sample warm;
-  for (int i = 0; i < 20; ++i) {
-    if (run_once(a, &actions, &warm) != 0 || run_once(b, &actions, &warm) != 0) {
-      fprintf(stderr, "spawn_timer: a command failed\n");
-      return 1;
-    }
-  }
-  for (int i = 0; i < runs; ++i) {
-    /* Alternate which goes first, so neither always follows the other. */
+  const int status_a = run_once(a, &actions, &warm), status_b = run_once(b, &actions, &warm);
+  for (int i = 0; i < runs + 20; ++i) {
+    /* 20 runs to warm up, then alternate which goes first, so neither always follows the
+     * other. */
+    const int k = i - 20;
     char** first = i % 2 ? b : a;
     char** second = i % 2 ? a : b;
-    struct sample* s1 = i % 2 ? &sb[i] : &sa[i];
-    struct sample* s2 = i % 2 ? &sa[i] : &sb[i];
-    if (run_once(first, &actions, s1) != 0 || run_once(second, &actions, s2) != 0) {
-      fprintf(stderr, "spawn_timer: a command failed\n");
+    struct sample* s1 = k < 0 ? &warm : i % 2 ? &sb[k] : &sa[k];
+    struct sample* s2 = k < 0 ? &warm : i % 2 ? &sa[k] : &sb[k];
+    if (status_a < 0 || status_b < 0 || run_once(first, &actions, s1) != (i % 2 ? status_b : status_a) ||
+        run_once(second, &actions, s2) != (i % 2 ? status_a : status_b)) {
+      fprintf(stderr, "spawn_timer: a command failed or ended otherwise than at first\n");
       return 1;
     }
   }
