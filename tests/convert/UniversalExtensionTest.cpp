@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "convert/UniversalExtension.h"
@@ -20,11 +22,7 @@ using UniversalExtension::StringArrayValueZRN;
 // Any bytes coming out as valid UTF-8 without NUL is a property of the URL fuzz target,
 // which feeds them through DecodingFromURLZRN.
 TEST(EnsureUTF8Encoding, PicksTheFirstEncodingThatFitsAndDropsNul) {
-  const struct {
-    String in;
-    std::string out;
-    const char* why;
-  } cases[] = {
+  const std::tuple<String, std::string, const char*> cases[] = {
       {String(std::string("a\0b", 3), Encodings::UTF8()), std::string("a\0b", 3), "tagged UTF-8 is left alone"},
       {String("", nullptr), "", "empty"},
       {String("caf\xC3\xA9", nullptr), "caf\xC3\xA9", "UTF-8"},
@@ -34,22 +32,19 @@ TEST(EnsureUTF8Encoding, PicksTheFirstEncodingThatFitsAndDropsNul) {
       {String("\xE9", Encodings::SystemDefault()), "\xC3\xA9", "tagged text is converted"},
       {String(std::string("\0a\0\0\0b", 6), Encodings::UTF16BE()), "ab", "NUL after conversion"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [in, out, why] : cases) {
     const LogCapture log;
-    EXPECT_EQ(Describe(EnsureUTF8EncodingZRN(c.in)), "'" + c.out + "'") << c.why;  // tagged UTF-8
-    EXPECT_TRUE(log.lines().empty()) << c.why;
+    EXPECT_EQ(Describe(EnsureUTF8EncodingZRN(in)), "'" + out + "'") << why;  // tagged UTF-8
+    EXPECT_TRUE(log.lines().empty()) << why;
   }
 }
 
-std::shared_ptr<Date> SomeDate() { return std::make_shared<Date>(2024, 2, 29, 13, 5, 9, 0.0); }
-
-TEST(ArrayValueZRN, EveryElementTypeArrivesAsItsValue) {
-  const auto date = SomeDate();
+// StringArrayValueZRN gives the text of the usable elements of an array of Variant or of
+// objects; ArrayValueZRN takes every element type.
+TEST(ArrayValueZRN, EveryElementTypeArrivesAsItsValueAndUsableOnesAsText) {
+  const auto date = std::make_shared<Date>(2024, 2, 29, 13, 5, 9, 0.0);
   const auto dict = std::make_shared<Dictionary>();
-  const struct {
-    Variant value;
-    const char* elements;
-  } cases[] = {
+  const std::pair<Variant, const char*> cases[] = {
       {NewArray<bool>({true, false}), "[true,false]"},
       {NewArray<Color>({Color{0xFF00FF00}}), "[c4278255360]"},
       {ObjectArray{NewArray<ObjectRef>({date}), "Date"}, "[t1709211909]"},
@@ -67,9 +62,7 @@ TEST(ArrayValueZRN, EveryElementTypeArrivesAsItsValue) {
       {ObjectArray{NewArray<ObjectRef>(), "FolderItem"}, "[]"},
   };
   const LogCapture log;
-  for (const auto& c : cases) {
-    EXPECT_EQ(Describe(NewArray(ArrayValueZRN(c.value))), c.elements);
-  }
+  for (const auto& [value, elements] : cases) EXPECT_EQ(Describe(NewArray(ArrayValueZRN(value))), elements);
   EXPECT_TRUE(log.lines().empty());
   // Integers arrive as Int64; objects are shared, not copied.
   EXPECT_EQ(ArrayValueZRN(NewArray<int32_t>({1}))[0].Type(), Variant::kInt64);
@@ -79,22 +72,20 @@ TEST(ArrayValueZRN, EveryElementTypeArrivesAsItsValue) {
   const Variant files = ObjectArray{NewArray<ObjectRef>({PathToFolderItem("/tmp")}), "FolderItem"};
   EXPECT_THROW(ArrayValueZRN(files), TypeMismatchException);
   EXPECT_EQ(log.lines(), std::vector<std::string>{"Failed to convert variant to correct type."});
-}
 
-TEST(StringArrayValueZRN, TextOfTheUsableElements) {
-  auto dict = std::make_shared<Dictionary>();
-  dict->SetValue("Mixed", NewArray<Variant>({"read", int64_t{5}, std::make_shared<Dictionary>(), nullptr, true,
-                                             2.5, SomeDate(), NewArray<Variant>({"x"})}));
-  dict->SetValue("Text", "read");
-  dict->SetValue("Typed", NewArray<String>({"read"}));
-  dict->SetValue("Dicts", ObjectArray{NewArray<ObjectRef>({}), "Dictionary"});
-  EXPECT_EQ(Describe(NewArray(StringArrayValueZRN(dict, "mixed"))), "['read','5','True','2.5','2024-02-29 13:05:09']");
+  const auto keys = std::make_shared<Dictionary>();
+  keys->SetValue("Mixed", NewArray<Variant>({"read", int64_t{5}, std::make_shared<Dictionary>(), nullptr, true,
+                                             2.5, date, NewArray<Variant>({"x"})}));
+  keys->SetValue("Text", "read");
+  keys->SetValue("Typed", NewArray<String>({"read"}));
+  keys->SetValue("Dicts", ObjectArray{NewArray<ObjectRef>({}), "Dictionary"});
+  EXPECT_EQ(Describe(NewArray(StringArrayValueZRN(keys, "mixed"))), "['read','5','True','2.5','2024-02-29 13:05:09']");
   EXPECT_TRUE(StringArrayValueZRN(nullptr, "Mixed").empty());
-  EXPECT_TRUE(StringArrayValueZRN(dict, "Missing").empty());
-  EXPECT_TRUE(StringArrayValueZRN(dict, "Text").empty());
+  EXPECT_TRUE(StringArrayValueZRN(keys, "Missing").empty());
+  EXPECT_TRUE(StringArrayValueZRN(keys, "Text").empty());
   // Only arrays of Variant or of objects are read; ArrayValueZRN takes the rest.
-  EXPECT_THROW(StringArrayValueZRN(dict, "Typed"), TypeMismatchException);
-  EXPECT_THROW(StringArrayValueZRN(dict, "Dicts"), TypeMismatchException);
+  EXPECT_THROW(StringArrayValueZRN(keys, "Typed"), TypeMismatchException);
+  EXPECT_THROW(StringArrayValueZRN(keys, "Dicts"), TypeMismatchException);
 }
 
 }  // namespace

@@ -25,8 +25,7 @@ double Moment(int year, unsigned month, unsigned day, int hour, int minute, int 
 double OffsetNow() {
   const time_t now = time(nullptr);
   struct tm local;
-  localtime_r(&now, &local);
-  return static_cast<double>(local.tm_gmtoff) / 3600.0;
+  return static_cast<double>(localtime_r(&now, &local)->tm_gmtoff) / 3600.0;
 }
 
 // Every stamp names its GMT moment, shown under the zone's present offset; only empty

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
+#include <tuple>
 
 #include "platform/Exceptions.h"
 #include "support/TestSupport.h"
@@ -18,14 +20,12 @@ using FolderItemExtension::ReadContentsSmartZRN;
 // The log lines of a failed read are checked on the helper's standard error (tests/tool).
 
 // The encoding the first bytes announce and the text behind them, as read without the
-// step to UTF-8 (which would hide, for one, UTF-32LE read as UTF-16LE).
-TEST(ReadContentsSmart, FindsTheEncodingByTheFirstBytesUnlessTold) {
-  const struct {
-    std::string bytes;
-    const TextEncoding* override;
-    const TextEncoding* encoding;
-    std::string text;
-  } cases[] = {
+// step to UTF-8 (which would hide, for one, UTF-32LE read as UTF-16LE); and with the step,
+// the same UTF-8 text from every encoding.
+TEST(ReadContentsSmart, FindsTheEncodingByTheFirstBytesUnlessToldAndGivesUtf8) {
+  TempDir dir;
+  // The bytes, the encoding told, and the encoding and text read.
+  const std::tuple<std::string, const TextEncoding*, const TextEncoding*, std::string> cases[] = {
       {"\xFF\xFE\0\0"s, nullptr, Encodings::UTF32LE(), ""},  // UTF-32's mark comes first
       {"\0\0\xFE\xFF\0\0\0a"s, nullptr, Encodings::UTF32BE(), "\0\0\0a"s},
       {"\0A\0B"s, nullptr, Encodings::UTF16BE(), "\0A\0B"s},
@@ -36,17 +36,12 @@ TEST(ReadContentsSmart, FindsTheEncodingByTheFirstBytesUnlessTold) {
       {"\xEF\xBB\xBFx", Encodings::ASCII(), Encodings::ASCII(), "x"},
       {"a\r\nb\rc", Encodings::SystemDefault(), Encodings::SystemDefault(), "a\nb\nc"},
   };
-  TempDir dir;
-  for (const auto& c : cases) {
+  for (const auto& [bytes, told, encoding, text] : cases) {
     String contents;
-    ASSERT_TRUE(ReadContentsSmartZRN(PathToFolderItem(dir.Write("f", c.bytes)), contents, c.override, false,
-                                     true, false));
-    EXPECT_EQ(contents.Bytes(), c.text) << ::testing::PrintToString(c.bytes);
-    EXPECT_EQ(contents.Encoding(), c.encoding) << ::testing::PrintToString(c.bytes);
+    ASSERT_TRUE(ReadContentsSmartZRN(PathToFolderItem(dir.Write("f", bytes)), contents, told, false, true, false));
+    EXPECT_EQ(contents.Bytes(), text) << ::testing::PrintToString(bytes);
+    EXPECT_EQ(contents.Encoding(), encoding) << ::testing::PrintToString(bytes);
   }
-}
-
-TEST(ReadContentsSmart, EveryEncodingGivesTheSameUtf8Text) {
   const std::string text = "<config><Owner datatype=\"String\">Ren\xC3\xA9" "e</Owner></config>\n";
   const auto encode = [&](const TextEncoding* e) { return ConvertEncoding(String(text), e).Bytes(); };
   const std::pair<const char*, std::string> files[] = {
@@ -60,7 +55,6 @@ TEST(ReadContentsSmart, EveryEncodingGivesTheSameUtf8Text) {
       {"utf32be-bom", "\0\0\xFE\xFF"s + encode(Encodings::UTF32BE())},
       {"windows-1252", encode(Encodings::SystemDefault())},
   };
-  TempDir dir;
   for (const auto& [name, bytes] : files) {
     String contents;
     EXPECT_TRUE(ReadContentsSmartZRN(PathToFolderItem(dir.Write(name, bytes)), contents, nullptr, false, false,
@@ -70,33 +64,30 @@ TEST(ReadContentsSmart, EveryEncodingGivesTheSameUtf8Text) {
   }
 }
 
-TEST(PathZRN, AbbreviatesTheRealHomeByCharacters) {
+// PathZRN abbreviates the real home by characters; GetSubFolderItemZRN walks down and needs
+// the parent.
+TEST(FolderItemExtension, PathZRNAndGetSubFolderItemZRN) {
   TempDir dir;
   const std::string home = dir / "Hömé";
   ASSERT_TRUE(std::filesystem::create_directory(home));
   const ScopedEnv config("XDG_CONFIG_HOME", nullptr);
-  const struct {
-    std::string home, path, abbreviated;
-  } cases[] = {
+  const std::array<std::string, 3> cases[] = {  // home, path, abbreviated
       {home, home, "~"},
       {home, dir / "HÖMÉ/x", "~/x"},     // the prefix compares ignoring case
       {home, home + "old/x", "~old/x"},  // a prefix of characters, not of components
       {home, "/etc/passwd", "/etc/passwd"},
       {dir / "gone", dir / "gone/x", dir / "gone/x"},  // no home folder, nothing to abbreviate
   };
-  for (const auto& c : cases) {
-    const ScopedEnv homeEnv("HOME", c.home.c_str());
-    const auto item = PathToFolderItem(String(c.path));
-    EXPECT_EQ(PathZRN(item, true).Bytes(), c.abbreviated) << c.path;
-    EXPECT_EQ(PathZRN(item, false).Bytes(), c.path);
+  for (const auto& [homeDir, path, abbreviated] : cases) {
+    const ScopedEnv homeEnv("HOME", homeDir.c_str());
+    const auto item = PathToFolderItem(String(path));
+    EXPECT_EQ(PathZRN(item, true).Bytes(), abbreviated) << path;
+    EXPECT_EQ(PathZRN(item, false).Bytes(), path);
   }
   LogCapture log;
   EXPECT_EQ(PathZRN(std::make_shared<FolderItem>(std::string()), true).Bytes(), "");
   EXPECT_EQ(log.lines(), std::vector<std::string>{"Failed to get native path for file: "});
-}
 
-TEST(GetSubFolderItemZRN, WalksDownAndNeedsTheParent) {
-  TempDir dir;
   ASSERT_TRUE(std::filesystem::create_directory(dir / "a"));
   const auto root = PathToFolderItem(String(dir.path()));
   EXPECT_EQ(GetSubFolderItemZRN(root, {})->NativePath(), dir.path());

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 #include "platform/Exceptions.h"
@@ -13,11 +14,7 @@ namespace {
 // Every bit from its token; which keys take which value kinds is StringArrayValueZRN's,
 // tested with it.
 TEST(TraditionalPermissionsZRN, PermsKeysSetTheirBits) {
-  const struct {
-    const char* key;
-    std::vector<Variant> tokens;
-    uint32_t mode;
-  } cases[] = {
+  const std::tuple<const char*, std::vector<Variant>, uint32_t> cases[] = {
       {"PermsOwner", {"read", "write", "execute"}, 0700},
       {"PermsOwner", {"execute"}, 0100},
       {"PermsGroup", {"write", "execute", "read", "write"}, 070},  // order and repeats mean nothing
@@ -27,14 +24,17 @@ TEST(TraditionalPermissionsZRN, PermsKeysSetTheirBits) {
       {"PermsExtras", {"read", "write", "execute"}, 0},  // only gid, uid, sticky count there
       {"PermsOwner", {"gid", "uid", "sticky", "rwx", ""}, 0},
   };
-  for (const auto& c : cases) {
+  for (const auto& [key, tokens, mode] : cases) {
     auto dict = std::make_shared<Dictionary>();
-    dict->SetValue(c.key, NewArray(c.tokens));
-    EXPECT_EQ(TraditionalPermissionsZRN(dict).xPermissions->Mode(), c.mode) << c.key;
+    dict->SetValue(key, NewArray(tokens));
+    EXPECT_EQ(TraditionalPermissionsZRN(dict).xPermissions->Mode(), mode) << key;
   }
 }
 
-TEST(TraditionalPermissionsZRN, TextKeysAndTheList) {
+// The text keys take a value of any kind in its text form (an Owner with none, an array or
+// a dictionary, ends as TypeMismatchException: tests/cli's explain shows it); GetDictionary
+// writes every key in its order.
+TEST(TraditionalPermissionsZRN, TextKeysTheListAndGetDictionary) {
   auto dict = std::make_shared<Dictionary>();
   EXPECT_EQ(Describe(TraditionalPermissionsZRN(dict).GetDictionary()),
             "{Owner=untagged'',Group=untagged'',UnixFilePath=untagged'',PermsOwner=[],PermsGroup=[],PermsOthers=[],"
@@ -51,12 +51,7 @@ TEST(TraditionalPermissionsZRN, TextKeysAndTheList) {
     dict->SetValue("RawACLRights", refused);
     EXPECT_EQ(TraditionalPermissionsZRN(dict).ACLRights, nullptr) << refused;
   }
-  dict->SetValue("Owner", NewArray<Variant>({"root"}));
-  EXPECT_THROW(TraditionalPermissionsZRN{dict}, TypeMismatchException);
   EXPECT_THROW(TraditionalPermissionsZRN{DictionaryRef()}, NilObjectException);
-}
-
-TEST(TraditionalPermissionsZRN, GetDictionaryWritesEveryKeyInItsOrder) {
   TraditionalPermissionsZRN record;
   EXPECT_THROW(record.GetDictionary(), NilObjectException);
   record.xPermissions = std::make_shared<Permissions>(07051);
