@@ -15,7 +15,8 @@ using namespace CorePreferences;
 // What one process writes, another reads back as both conversions say, from our file and
 // from the same content as plistutil writes it: Singles and typed arrays widen, dates
 // come back in GMT (a date's own offset stays in its moment), what has no store form is
-// left out or removes its key.
+// left out or removes its key. Reads map "" and "NSGlobalDomain" to the shared domain;
+// writes take the domain literally.
 TEST(CorePreferences, ValuesOfEveryKindCrossProcesses) {
   ScopedConfigHome home;
   std::string bytes;
@@ -26,8 +27,7 @@ TEST(CorePreferences, ValuesOfEveryKindCrossProcesses) {
   level3->SetValue("nil", Variant());
   level3->SetValue(int64_t{5}, "five");
   auto nested = std::make_shared<Dictionary>();
-  nested->SetValue("level1",
-                   NewArray<Variant>({level3, Variant(), Color{1}, NewArray<String>({"a", "b"})}));
+  nested->SetValue("level1", NewArray<Variant>({level3, Variant(), Color{1}, NewArray<String>({"a", "b"})}));
   const struct {
     const char* key;
     Variant value;
@@ -62,11 +62,7 @@ TEST(CorePreferences, ValuesOfEveryKindCrossProcesses) {
           << row.key << (rewritten ? " from plistutil's file" : " from our file");
     }
   }
-}
 
-// Reads map "" and "NSGlobalDomain" to the shared domain; writes take the domain literally.
-TEST(CorePreferences, EmptyAndGlobalDomains) {
-  ScopedConfigHome home;
   EXPECT_TRUE(AppSetKeyZRN(NewStore(), "", "shared", 1));
   for (const char* domain : {"", "NSGlobalDomain", "nsglobaldomain", ".GlobalPreferences"})
     EXPECT_EQ(AppGetKeyZRN(NewStore(), domain, "shared").Int64Value(), 1) << domain;
@@ -140,11 +136,9 @@ TEST(CorePreferences, EveryHelperRunLoadsThem) {
   EXPECT_EQ(StampOf(file), first);
 
   // A folder that cannot be made; as root also the store above, root's own, for nobody.
-  std::vector<RunOptions> unwritable{
-      {{"XDG_CONFIG_HOME=/dev/null/config", "GRANTWRIGHT_LOG=stderr"}}};
-  if (const passwd* user = ::getpwnam("nobody"); IsRoot() && user) {
+  std::vector<RunOptions> unwritable{{{"XDG_CONFIG_HOME=/dev/null/config", "GRANTWRIGHT_LOG=stderr"}}};
+  if (const passwd* user = ::getpwnam("nobody"); IsRoot() && user)
     unwritable.push_back({{env[0], env[1], "GRANTWRIGHT_LOG=stderr"}, user->pw_uid, user->pw_gid});
-  }
   // Load's flush fails, then its fallback, then the write of its flag.
   const std::string lines[] = {
       "CFPreferencesMBS: Failed to synchronize preferences between RAM and disk.\n",

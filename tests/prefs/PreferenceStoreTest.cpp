@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <filesystem>
+
 #include "prefs/PrefsTestSupport.h"
 
 namespace grantwright::testing {
@@ -10,51 +12,41 @@ using namespace CorePreferences;
 
 // A flush writes a private file in private folders, and only when the merged content
 // differs from the file's; a value the file cannot hold fails its flush, leaves the file
-// alone and stays pending in its handle, where reads see it before the file.
+// alone and stays pending in its handle, where reads see it before the file. A folder
+// moved away meanwhile is left behind, though the process keeps its folder open between
+// accesses: the next flush walks the path again and makes the folder anew.
 TEST(PreferenceStore, FlushWritesOnlyWhatChangesTheFile) {
   ScopedConfigHome home;
   const std::string file = home.File(kTestDomain);
   ASSERT_TRUE(AppSetKeyZRN(NewStore(), kTestDomain, "k", 1));
   // A second key, so that setting one compares it with the file's value, not the whole file.
   ASSERT_TRUE(AppSetKeyZRN(NewStore(), kTestDomain, "j", 2));
-  struct stat st {};
-  ASSERT_EQ(::stat(file.c_str(), &st), 0);
-  EXPECT_EQ(st.st_mode & 07777, 0600u);
-  ASSERT_EQ(::stat(home.Folder().c_str(), &st), 0);
-  EXPECT_EQ(st.st_mode & 07777, 0700u);
+  EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
+  EXPECT_EQ(std::filesystem::status(home.Folder()).permissions(), std::filesystem::perms(0700));
 
   const auto written = StampOf(file);
   EXPECT_TRUE(AppSetKeyZRN(NewStore(), kTestDomain, "k", 1));
   EXPECT_TRUE(AppRemoveKeyZRN(NewStore(), kTestDomain, "absent"));
   const PreferenceStoreRef pending = NewStore();
   const LogCapture log;  // keeps the failed flushes' lines out of the system log
-  EXPECT_FALSE(
-      AppSetKeyZRN(pending, kTestDomain, "url", std::make_shared<StoreURL>("file:///tmp")));
+  EXPECT_FALSE(AppSetKeyZRN(pending, kTestDomain, "url", std::make_shared<StoreURL>("file:///tmp")));
   EXPECT_TRUE(AppGetKeyZRN(pending, kTestDomain, "url").ObjectAs<FolderItem>());
   EXPECT_TRUE(AppGetKeyZRN(NewStore(), kTestDomain, "url").IsNil());
   EXPECT_FALSE(AppSetKeyZRN(NewStore(), kTestDomain, "nul", String(std::string("a\0b", 3))));
   EXPECT_EQ(StampOf(file), written);
   EXPECT_TRUE(AppSetKeyZRN(NewStore(), kTestDomain, "k", 1.0));
   EXPECT_NE(StampOf(file), written);
-}
 
-// A process keeps its preference folder open between accesses, but a folder moved away
-// meanwhile is left behind: the next flush walks the path again and makes the folder anew.
-TEST(PreferenceStore, AFolderMovedAwayIsNotWrittenAgain) {
-  ScopedConfigHome home;
-  ASSERT_TRUE(AppSetKeyZRN(NewStore(), kTestDomain, "k", 1));
   const std::string moved = home.Folder() + ".moved";
   ASSERT_EQ(::rename(home.Folder().c_str(), moved.c_str()), 0);
-  ASSERT_TRUE(AppSetKeyZRN(NewStore(), kTestDomain, "k", 2));
-  EXPECT_EQ(AppGetKeyZRN(NewStore(), kTestDomain, "k").Int64Value(), 2);
-  const StoreDictionaryRef written = PlistutilDictionary(home.File(kTestDomain));
-  ASSERT_TRUE(written) << "nothing written where the folder was";
-  EXPECT_EQ(written->Count(), 1u);
-  EXPECT_EQ(PlistutilXml(moved + "/" + std::string(kTestDomain) + ".plist").find("<integer>2</integer>"), std::string::npos);
+  ASSERT_TRUE(AppSetKeyZRN(NewStore(), kTestDomain, "k", 3));
+  EXPECT_EQ(AppGetKeyZRN(NewStore(), kTestDomain, "k").Int64Value(), 3);
+  const StoreDictionaryRef anew = PlistutilDictionary(file);
+  ASSERT_TRUE(anew) << "nothing written where the folder was";
+  EXPECT_EQ(anew->Count(), 1u);
+  EXPECT_EQ(PlistutilXml(moved + "/" + kTestDomain + ".plist").find("<integer>3</integer>"), std::string::npos);
 }
 
-// Each writer adds its own keys, each through a handle of its own whose flush rereads the
-// file under the lock: none of the keys is lost.
 // Each scope of user and host flushes to a file of its own, readable by another reader;
 // a user or host that names no scope, and a domain that would leave the folder, flush
 // nowhere.
@@ -77,8 +69,7 @@ TEST(PreferenceStore, ScopesFlushToTheirOwnFiles) {
   };
   for (const auto& row : rows) {
     const PreferenceStoreRef store = NewStore();
-    const StoreStringRef domain = row.domain[0] ? StoreString::New(row.domain)
-                                                : PreferenceStore::AnyApplication();
+    const StoreStringRef domain = row.domain[0] ? StoreString::New(row.domain) : PreferenceStore::AnyApplication();
     store->SetValue(StoreString::New("k"), StoreString::New(row.path), domain,
                     row.anyUser ? PreferenceStore::AnyUser() : PreferenceStore::CurrentUser(),
                     row.anyHost ? PreferenceStore::AnyHost() : PreferenceStore::CurrentHost());
@@ -89,17 +80,16 @@ TEST(PreferenceStore, ScopesFlushToTheirOwnFiles) {
   }
   const LogCapture log;
   const PreferenceStoreRef store = NewStore();
-  const auto k = StoreString::New("k");
-  EXPECT_FALSE(store->Synchronize(StoreString::New("d"), StoreString::New("SomeUser"),
-                                  PreferenceStore::AnyHost()));
-  EXPECT_FALSE(store->Synchronize(StoreString::New("d"), PreferenceStore::CurrentUser(),
-                                  StoreString::New("Elsewhere")));
-  store->SetValue(k, k, StoreString::New("../d"), PreferenceStore::CurrentUser(),
-                  PreferenceStore::AnyHost());
+  const auto d = StoreString::New("d");
+  EXPECT_FALSE(store->Synchronize(d, StoreString::New("SomeUser"), PreferenceStore::AnyHost()));
+  EXPECT_FALSE(store->Synchronize(d, PreferenceStore::CurrentUser(), StoreString::New("Elsewhere")));
+  store->SetValue(d, d, StoreString::New("../d"), PreferenceStore::CurrentUser(), PreferenceStore::AnyHost());
   EXPECT_FALSE(SynchronizeZRN(store, "../d", false, true));
   EXPECT_FALSE(PlistutilDictionary(home.Folder() + "/../d.plist"));
 }
 
+// Each writer adds its own keys, each through a handle of its own whose flush rereads the
+// file under the lock: none of the keys is lost.
 TEST(PreferenceStore, ConcurrentWritersLoseNothing) {
   ScopedConfigHome home;
   constexpr int kWriters = 8, kKeys = 200;

@@ -7,8 +7,17 @@ namespace {
 
 using CoreFoundationExtension::ValueAsRBZRN;
 
+// A store type the conversion does not know.
+class Oddity final : public StoreObject {
+ public:
+  const char* ClassName() const override { return "Oddity"; }
+  const char* TypeDescription() const override { return "Oddity"; }
+};
+
 // Documents in the forms other writers use read as the values they name, as the program
-// sees them; a document the format does not allow reads as nothing.
+// sees them; a document the format does not allow reads as nothing. A store type the
+// conversion does not know gives nil and its log line, also inside a container, which
+// keeps its size.
 TEST(ValueAsRBZRN, ReadsOtherWritersFormsAndRefusesTheRest) {
   std::string deep;  // deeper than the reader goes
   for (int i = 0; i < 600; ++i) deep = "<array>" + deep + "</array>";
@@ -37,18 +46,7 @@ TEST(ValueAsRBZRN, ReadsOtherWritersFormsAndRefusesTheRest) {
            R"(<!DOCTYPE plist [<!ENTITY a "x">]><plist><string>&a;</string></plist>)",
            plist("<string>\xE9</string>"), plist("<string>a&#0;b</string>")})
     EXPECT_EQ(PropertyList::Parse(document), nullptr) << document;
-}
 
-// A store type the conversion does not know.
-class Oddity final : public StoreObject {
- public:
-  const char* ClassName() const override { return "Oddity"; }
-  const char* TypeDescription() const override { return "Oddity"; }
-};
-
-// A store type the conversion does not know gives nil and its log line, also inside a
-// container, which keeps its size.
-TEST(ValueAsRBZRN, UnknownTypesGiveNilAndALogLine) {
   const LogCapture log;
   auto array = std::make_shared<StoreArray>();
   array->Append(std::make_shared<Oddity>());
