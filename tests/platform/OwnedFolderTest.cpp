@@ -1,3 +1,6 @@
+// Acting on the file system without being led astray: walks that stop at other users'
+// folders and links, and changes that go to the item found, not to what took its path since.
+
 #include "platform/OwnedFolder.h"
 
 #include <fcntl.h>
@@ -6,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/FolderItem.h"
 #include "support/TestSupport.h"
 
 namespace grantwright::testing {
@@ -20,8 +24,9 @@ std::pair<dev_t, ino_t> IdOf(int fd, const char* path = "") {
   return {st.st_dev, st.st_ino};
 }
 
-// Every way a walk ends: folders and links of root and of this user are gone through,
-// those of another user stop it with their path, and anything that is no folder fails it.
+// Every way a walk ends: folders and links of root and of this user are gone through to the
+// folder they name, those of another user stop it with their path, and anything that is no
+// folder fails it.
 TEST(OwnedFolder, WalksOnlyThroughFoldersAndLinksOfRootOrItself) {
   GRANTWRIGHT_REQUIRE_ROOT();
   const passwd* nobody = ::getpwnam("nobody");
@@ -37,26 +42,15 @@ TEST(OwnedFolder, WalksOnlyThroughFoldersAndLinksOfRootOrItself) {
   ASSERT_EQ(::lchown((dir / "their-link").c_str(), nobody->pw_uid, nobody->pw_gid), 0);
   ASSERT_EQ(::symlink("loop", (dir / "loop").c_str()), 0);
   dir.Write("file", "x");
-  const struct {
-    std::string path;
-    bool create;
-    Status status;
-    std::string culprit = "";
-    std::string same = "";  // the folder the descriptor must hold
-  } rows[] = {
-      {base + "/mine", false, Status::kOpen, "", base + "/mine"},
-      {base + "//./mine/../mine/", false, Status::kOpen, "", base + "/mine"},
-      {base + "/my-link", false, Status::kOpen, "", base + "/mine"},
-      {base + "/my-absolute-link/", false, Status::kOpen, "", base + "/mine"},
+  const struct { std::string path; bool create; Status status; std::string culprit = ""; } rows[] = {
+      {base + "/mine", false, Status::kOpen},          {base + "//./mine/../mine/", false, Status::kOpen},
+      {base + "/my-link", false, Status::kOpen},       {base + "/my-absolute-link/", false, Status::kOpen},
       {base + "/theirs", false, Status::kNotOwned, base + "/theirs"},
       {base + "/theirs/below", true, Status::kNotOwned, base + "/theirs"},
       {base + "/their-link", false, Status::kNotOwned, base + "/their-link"},
-      {base + "/mine/missing", false, Status::kMissing},
-      {base + "/file", false, Status::kFailed},
-      {base + "/file/below", true, Status::kFailed},
-      {base + "/loop", false, Status::kFailed},
-      {"relative/path", true, Status::kFailed},
-      {"/", false, Status::kFailed},
+      {base + "/mine/missing", false, Status::kMissing}, {base + "/file", false, Status::kFailed},
+      {base + "/file/below", true, Status::kFailed},   {base + "/loop", false, Status::kFailed},
+      {"relative/path", true, Status::kFailed},        {"/", false, Status::kFailed},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.path);
@@ -66,8 +60,8 @@ TEST(OwnedFolder, WalksOnlyThroughFoldersAndLinksOfRootOrItself) {
     if (!row.culprit.empty()) {
       EXPECT_EQ(folder.OwnerId(), nobody->pw_uid);
     }
-    if (!row.same.empty()) {
-      EXPECT_EQ(IdOf(folder.Descriptor()), IdOf(AT_FDCWD, row.same.c_str()));
+    if (row.status == Status::kOpen) {
+      EXPECT_EQ(IdOf(folder.Descriptor()), IdOf(AT_FDCWD, (dir / "mine").c_str()));
     }
     EXPECT_EQ(folder.IsOpen(), folder.Descriptor() >= 0);
   }
@@ -84,16 +78,54 @@ TEST(OwnedFolder, MakesMissingFoldersPrivate) {
   ::umask(umask);
   ASSERT_TRUE(folder.IsOpen());
   EXPECT_TRUE(folder.IsWritable());
-  for (const char* made : {"a", "a/b", "a/b/c"}) {
+  const std::pair<std::string, mode_t> modes[] = {{dir / "a", 0700}, {dir / "a/b", 0700}, {dir / "a/b/c", 0700},
+                                                   {dir.path(), 0755}};
+  for (const auto& [path, mode] : modes) {
     struct stat st {};
-    ASSERT_EQ(::stat((dir / made).c_str(), &st), 0);
-    EXPECT_EQ(st.st_mode & 07777, 0700u) << made;
-    EXPECT_EQ(st.st_uid, ::geteuid()) << made;
+    ASSERT_EQ(::stat(path.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, mode) << path;
+    EXPECT_EQ(st.st_uid, ::geteuid()) << path;
   }
-  struct stat st {};
-  ASSERT_EQ(::stat(dir.path().c_str(), &st), 0);
-  EXPECT_EQ(st.st_mode & 07777, 0755u);
   EXPECT_EQ(IdOf(folder.Descriptor()), IdOf(AT_FDCWD, (dir / "a/b/c").c_str()));
+}
+
+// Owner, group and mode of `path`: "uid gid mode", the mode in octal.
+std::string Ids(const std::string& path) { return Run({"/usr/bin/stat", "-c", "%u %g %a", path}).out; }
+
+// Names the helper's runs do not try, the account lookup's own edges; and changes go to
+// the item found first, not to another file that took its path since.
+TEST(FolderItemChange, OwnerAndGroupByExactNameOrUnusedIdOnTheItemFoundFirst) {
+  GRANTWRIGHT_REQUIRE_ROOT();
+  TempDir dir;
+  const std::string file = dir.Write("f", "x");
+  const FolderItemRef item = PathToFolderItem(file);
+  const std::pair<std::string, std::string> cases[] = {  // the id the file then has; "": refused
+      {"daemon", "1"}, {"4294967294", "4294967294"},
+      {"DAEMON", ""},      // account names are exact
+      {"4294967295", ""},  // all bits set would mean "leave it"
+      {"+5", ""}, {"12a", ""}, {std::string("daemon\0x", 8), ""},
+  };
+  for (const auto& [name, id] : cases) {
+    ASSERT_EQ(::chown(file.c_str(), 2, 2), 0);
+    item->SetOwner(String(name, nullptr));
+    EXPECT_EQ(item->LastErrorCode() == 0, !id.empty()) << name;
+    item->SetGroup(String(name, nullptr));
+    EXPECT_EQ(item->LastErrorCode() == 0, !id.empty()) << name;
+    const std::string expected = id.empty() ? "2" : id;
+    EXPECT_EQ(Ids(file), expected + " " + expected + " 644\n") << name;
+  }
+
+  const std::string path = dir.Write("g", "first");
+  const FolderItemRef found = PathToFolderItem(path);
+  ASSERT_TRUE(found->Locate());
+  ASSERT_EQ(::rename(path.c_str(), (dir / "moved").c_str()), 0);
+  dir.Write("g", "second");
+  found->SetOwner("daemon");
+  found->SetGroup("bin");
+  found->SetPermissions(std::make_shared<Permissions>(0604));
+  EXPECT_EQ(found->LastErrorCode(), 0);
+  EXPECT_EQ(Ids(dir / "moved"), "1 2 604\n");
+  EXPECT_EQ(Ids(path), "0 0 644\n");
 }
 
 }  // namespace

@@ -1,9 +1,19 @@
+// The typed XML format: what the decoder reads from each row, what it refuses, what the
+// writer makes of every kind of value, and both when memory runs out; and the URL coding its
+// text values go through.
+
 #include <gtest/gtest.h>
+#include <pugixml.hpp>
 #include <stb/stb_image_write.h>
 
+#include <cstdlib>
+#include <functional>
+#include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "platform/Dictionary.h"
 #include "platform/TextEncoding.h"
 #include "platform/UrlCoding.h"
 #include "support/TestSupport.h"
@@ -13,6 +23,7 @@ namespace grantwright::testing {
 namespace {
 
 using XMLExtension::AsDictionaryFromXMLStringZRN;
+using XMLExtension::AsXMLStringFromDictionaryZRN;
 
 std::string Url(const std::string& bytes) { return EncodingToURL(String(bytes, nullptr)).Bytes(); }
 
@@ -20,8 +31,6 @@ std::string Url(const std::string& bytes) { return EncodingToURL(String(bytes, n
 const std::string kGif = Url(std::string(
     "GIF89a\x01\x00\x01\x00\x80\x00\x00\xFF\x00\x00\x00\x00\x00"
     ",\x00\x00\x00\x00\x01\x00\x01\x00\x00\x02\x02\x44\x01\x00;", 35));
-
-const char kTooDeep[] = "The XML could not be decoded: it nests containers more than 512 deep.";
 
 // Appends what an image writer makes to a std::string.
 void Append(void* out, void* data, int size) { static_cast<std::string*>(out)->append(static_cast<char*>(data), size); }
@@ -33,7 +42,7 @@ std::string Decoded(const String& text) {
 
 std::string Repeat(const std::string& s, size_t n) {
   std::string out;
-  for (size_t i = 0; i < n; ++i) out += s;
+  while (n-- > 0) out += s;
   return out;
 }
 
@@ -67,11 +76,7 @@ TEST(TypedDecoder, ReadsEachDatatypeByItsRow) {
   stbi_write_tga_to_func(Append, &tga, 2, 1, 4, pixels);
   std::string huge = bmp;  // its header claims 100000 x 100000 pixels
   huge.replace(18, 8, std::string("\xA0\x86\x01\x00\xA0\x86\x01\x00", 8));
-  const struct {
-    const char* datatype;
-    std::string content;
-    const char* value;  // null: no entry
-  } cases[] = {
+  const struct { const char* datatype; std::string content; const char* value; } cases[] = {  // value null: no entry
       {"BOOLEAN", "0.0", "false"}, {"Boolean", "OFF", "false"}, {"boolean", "False", "false"},
       {"Boolean", "0.5", "true"},  {"Boolean", "nein", "true"},  {"Booleans", "yes", nullptr},
       {"Color", "4294967296", "c0"}, {"color", "-1", "c4294967295"}, {"Integer", "-3.9", "i-3"},
@@ -129,14 +134,12 @@ TEST(TypedDecoder, DecodesEveryTypeNestedDeep) {
 TEST(TypedDecoder, BadDocumentsGiveNilAndALogLine) {
   const std::string parseFailed =
       "The string could not be parsed as XML.\n\nDefaults will be used if applicable.\n\nError Code: ";
-  const struct {
-    String text;
-    std::vector<std::string> log;
-  } cases[] = {
+  const struct { String text; std::vector<std::string> log; } cases[] = {
       {"", {}},
       {R"(<config><Owner datatype="String">ro)", {parseFailed + "14"}},
       {String(std::string("<r><a>\xE9</a></r>"), Encodings::UTF8()), {parseFailed + "100"}},
-      {"<r>" + Repeat(R"(<a datatype="Array">)", 10000) + Repeat("</a>", 10000) + "</r>", {kTooDeep}},
+      {"<r>" + Repeat(R"(<a datatype="Array">)", 10000) + Repeat("</a>", 10000) + "</r>",
+       {"The XML could not be decoded: it nests containers more than 512 deep."}},
       // A declaration of entities is refused: no entity is expanded and no file is read.
       {R"(<!DOCTYPE r [<!ENTITY a "aa"><!ENTITY b "&a;&a;&a;&a;&a;&a;&a;&a;">]>)"
        R"(<r><x datatype="String">&b;</x></r>)", {parseFailed + "101"}},
@@ -159,6 +162,117 @@ TEST(TypedDecoder, BadDocumentsGiveNilAndALogLine) {
   EXPECT_EQ(Decoded("<r>" + Repeat("<a>", 1000000) + Repeat("</a>", 1000000) + "</r>"), "{a=''}");
   // A root without children, or a comment that stands in for it, gives an empty Dictionary.
   EXPECT_EQ(Decoded("<r/>") + Decoded("<!--c--><r><a>1</a></r>"), "{}{}");
+}
+
+DictionaryRef DictionaryOf(std::initializer_list<std::pair<const char*, Variant>> entries) {
+  auto dict = std::make_shared<Dictionary>();
+  for (const auto& [key, value] : entries) dict->SetValue(key, value);
+  return dict;
+}
+
+TEST(TypedWriter, EveryKindNestedReadsBackEqualAndOthersAreRefused) {
+  const auto when = std::make_shared<Date>(2018, 6, 1, 9, 5, 7, -4.0);
+  when->SetTotalSeconds(when->TotalSeconds() + 0.75);
+  const DictionaryRef inner = DictionaryOf({
+      {"Strings", NewArray<String>({"read", "write"})}, {"Numbers", NewArray<int64_t>({3, 1, 2})},
+      {"Flags", NewArray<bool>({true, false})}, {"NoItems", NewArray<Variant>()},
+      {"NoEntries", std::make_shared<Dictionary>()},
+  });
+  const DictionaryRef all = DictionaryOf({
+      {"Text", "a b+c%d/\xC3\xBC\n<&>\"'"}, {"Empty", ""}, {"Yes", true}, {"No", false},
+      {"Small", int32_t{-7}}, {"Big", int64_t{9007199254740992}}, {"Ratio", 0.1}, {"Tiny", 5e-324},
+      {"Third", 1.0f / 3.0f}, {"When", when}, {"Tint", Integer2Color(0xFF8000FF)},
+      {"Outer", NewArray<Variant>({inner, NewArray<Variant>({1.5})})},
+  });
+  // Equal as the format carries them: Int32 as Int64, dates to the whole second in GMT,
+  // typed arrays as arrays of Variant. Nil is left out; an array closes up around it.
+  const std::string expected = Describe(all);
+  all->SetValue("Gone", Variant());
+  inner->SetValue("Strings", NewArray<Variant>({Variant(), "read", Variant(), "write"}));
+  const String xml = AsXMLStringFromDictionaryZRN(all, "config");
+  EXPECT_EQ(Describe(AsDictionaryFromXMLStringZRN(xml)), expected) << xml.Bytes();
+  EXPECT_NE(xml.Bytes().find(R"(<When datatype="GMTTimeStampZRN">2018-06-01T13:05:07<)"), std::string::npos);
+  // A key that is no XML name, and a value of a kind the format has no row for, are refused.
+  EXPECT_THROW(AsXMLStringFromDictionaryZRN(DictionaryOf({{"two words", "x"}}), "r"), XmlException);
+  EXPECT_THROW(AsXMLStringFromDictionaryZRN(DictionaryOf({{"File", std::make_shared<FolderItem>("/tmp")}}), "r"),
+               TypeMismatchException);
+}
+
+// What the writers encode, the decoder gives back byte for byte, whatever the escapes' offsets.
+TEST(UrlCoding, RoundTripsEveryByteAtEveryOffsetAndSetStringUsesIt) {
+  std::string all;
+  for (int c = 0; c < 256; ++c) all.push_back(static_cast<char>(c));
+  const String encoded = EncodingToURL(String(all, nullptr));
+  EXPECT_EQ(encoded.Bytes().find_first_not_of("%0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz-_.~"),
+            std::string::npos);
+  EXPECT_TRUE(Identical(DecodingFromURL(encoded), String(all, nullptr)));
+  XmlDocument doc;
+  XmlNode root = doc.AppendChild(doc.CreateElement("config"));
+  XMLExtension::SetString(root, "Path", "a b+/~", true);
+  XMLExtension::SetString(root, "Raw", "a<b", false);
+  EXPECT_TRUE(Identical(root.ToString(), "<config><Path>a%20b%2B%2F~</Path><Raw>a&lt;b</Raw></config>"));
+  // The decoder looks for escapes 64 bytes at a time: each escape, whole or broken, reads
+  // the same at every offset, across the edge of a block and next to the end of the text.
+  const std::pair<std::string, std::string> fragments[] = {
+      {"%41", "A"}, {"%4a", "J"}, {"%00", std::string(1, '\0')}, {"%FF", "\xFF"}, {"%", "%"},
+      {"%4", "%4"}, {"%4G", "%4G"}, {"%zz", "%zz"}, {"%%41", "%A"}, {"%41%42", "AB"}, {"+", "+"},
+  };
+  for (const auto& [fragment, decoded] : fragments) {
+    for (size_t before = 0; before <= 70; ++before) {
+      for (size_t after = 0; after <= 9; ++after) {
+        const std::string head(before, 'x'), tail(after, 'q');
+        EXPECT_EQ(DecodedURLBytes(head + fragment + tail), head + decoded + tail)
+            << fragment << " after " << before << " bytes, before " << after;
+      }
+    }
+  }
+}
+
+// Memory that runs out inside the XML layer: pugixml reports it as a parse status or a
+// node it did not make, and either must end as std::bad_alloc, never as text that is no
+// XML or a document with a part missing. pugixml's allocator is the seam: it fails the
+// n-th allocation, for every n until the work needs no more.
+
+size_t allocationsLeft = 0;
+
+void* FailingAllocate(size_t size) {
+  if (allocationsLeft == 0) return nullptr;
+  --allocationsLeft;
+  return std::malloc(size);
+}
+
+// Runs `work` with pugixml failing its allocation number `n` (from 0), for n = 0, 1, ...
+// until `work` goes through; each run must give `whole` or throw std::bad_alloc.
+void EachAllocationFails(const std::function<std::string()>& work, const std::string& whole) {
+  pugi::set_memory_management_functions(FailingAllocate, std::free);
+  bool done = false;
+  for (size_t n = 0; !done && n < 10000; ++n) {
+    allocationsLeft = n;
+    try {
+      EXPECT_EQ(work(), whole) << "allocation " << n << " failed";
+      done = true;
+    } catch (const std::bad_alloc&) {
+    }
+  }
+  pugi::set_memory_management_functions(std::malloc, std::free);
+  EXPECT_TRUE(done);
+}
+
+TEST(OutOfMemory, EveryFailedXmlAllocationIsBadAlloc) {
+  // Large enough that pugixml needs more than one page of nodes and text.
+  std::string xml = "<config><Owner datatype=\"String\">root</Owner>";
+  for (int i = 0; i < 2000; ++i) {
+    xml += "<K" + std::to_string(i) + " datatype=\"Integer\">" + std::to_string(i) + "</K" + std::to_string(i) + ">";
+  }
+  xml += "<P datatype=\"Array\"><array_0 datatype=\"String\">read</array_0></P></config>";
+  const auto decode = [&] { return Describe(AsDictionaryFromXMLStringZRN(String(xml))); };
+  const std::string decoded = decode();
+  ASSERT_NE(decoded.find("K1999=i1999"), std::string::npos);
+  EachAllocationFails(decode, decoded);
+
+  const DictionaryRef dict = AsDictionaryFromXMLStringZRN(String(xml));
+  const auto write = [&] { return AsXMLStringFromDictionaryZRN(dict, "config").Bytes(); };
+  EachAllocationFails(write, write());
 }
 
 }  // namespace
