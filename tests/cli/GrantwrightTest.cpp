@@ -24,6 +24,7 @@ constexpr uint32_t kModeStep = 1;
 json Typed(const char* type, json value) { return json{{"type", type}, {"value", std::move(value)}}; }
 
 // Runs `argv` with `more` appended.
+// (Within a test, Run alone names the fixture's own member.)
 ProcessResult RunWith(std::vector<std::string> argv, const std::vector<std::string>& more = {},
                       const RunOptions& options = {}) {
   argv.insert(argv.end(), more.begin(), more.end());
@@ -32,14 +33,21 @@ ProcessResult RunWith(std::vector<std::string> argv, const std::vector<std::stri
 
 // What `grantwright explain` makes of `config`.
 json Explain(const std::string& config) {
-  const ProcessResult r = RunWith({CommandPath(), "explain", config}, {}, {.env = {"TZ=UTC"}});
+  const ProcessResult r = Run({CommandPath(), "explain", config}, {.env = {"TZ=UTC"}});
   EXPECT_EQ(r.status, 0) << r.err;
   return json::parse(r.out);
 }
 
-TEST(Explain, TheTypedFormatsWorkedExample) {
+// explain shows each typed value as decoded and, under "record", what the helper applies;
+// for an Owner the helper cannot take as text, its line and status instead (a Date has a
+// text, which the helper takes as the owner's name).
+TEST(Explain, ShowsEachTypeAndTheRecordOrTheHelpersEnding) {
   TempDir dir;
-  const std::string config = dir.Write("config.xml", R"(<config a="ignored">
+  const std::string file = dir.Write("f", "x");
+  const std::string path = "<UnixFilePath datatype=\"String\">" + file + "</UnixFilePath></config>";
+  const json unhandled = {{"error", "Unhandled exception: TypeMismatchException"}, {"status", 253}};
+  const std::tuple<std::string, json, json> cases[] = {  // the configuration, as explained, the record
+      {R"(<config a="ignored">
 <Owner datatype="String">root</Owner><UnixFilePath datatype="String">%2Ftmp%2Fnotes%20v2.txt</UnixFilePath>
 <owner datatype="String">daemon</owner><Group>staff</Group><Hint>a%20b</Hint>
 <Retries datatype="Integer">3.9abc</Retries><Ratio datatype="Double">0.25</Ratio>
@@ -49,19 +57,37 @@ TEST(Explain, TheTypedFormatsWorkedExample) {
 <PermsOwner datatype="Array"><array_10 datatype="Boolean">yes</array_10><array_2 datatype="String">write</array_2>
 <array_0 datatype="String">read</array_0><note>dropped</note></PermsOwner>
 <Options datatype="Dictionary"><Depth datatype="Integer">2</Depth><Odd datatype="Blob">x</Odd></Options>
-</config>)");
-  const json want = {
-      {"Owner", Typed("String", "daemon")}, {"UnixFilePath", Typed("String", "/tmp/notes v2.txt")},
-      {"Group", Typed("String", "staff")},  {"Hint", Typed("String", "a%20b")},
-      {"Retries", Typed("Int64", 3)},       {"Ratio", Typed("Double", 0.25)},
-      {"Enabled", Typed("Boolean", false)}, {"Tint", Typed("Color", 255)},
-      {"Scale", Typed("Single", 0.5)},      {"Stamp", Typed("Date", "2018-06-01T09:05:07+00:00")},
-      {"Ref", Typed("SmartFolderItemZRN", {{"path", nullptr}, {"exists", false}})},
-      {"Blank", Typed("String", "")},
-      {"PermsOwner", Typed("Array", {Typed("String", "read"), Typed("String", "write"), Typed("Boolean", true)})},
-      {"Options", Typed("Dictionary", {{"Depth", Typed("Int64", 2)}, {"Odd", Typed("Nil", nullptr)}})},
+</config>)",
+       {{"Owner", Typed("String", "daemon")}, {"UnixFilePath", Typed("String", "/tmp/notes v2.txt")},
+        {"Group", Typed("String", "staff")},  {"Hint", Typed("String", "a%20b")},
+        {"Retries", Typed("Int64", 3)},       {"Ratio", Typed("Double", 0.25)},
+        {"Enabled", Typed("Boolean", false)}, {"Tint", Typed("Color", 255)},
+        {"Scale", Typed("Single", 0.5)},      {"Stamp", Typed("Date", "2018-06-01T09:05:07+00:00")},
+        {"Ref", Typed("SmartFolderItemZRN", {{"path", nullptr}, {"exists", false}})},
+        {"Blank", Typed("String", "")},
+        {"PermsOwner", Typed("Array", {Typed("String", "read"), Typed("String", "write"), Typed("Boolean", true)})},
+        {"Options", Typed("Dictionary", {{"Depth", Typed("Int64", 2)}, {"Odd", Typed("Nil", nullptr)}})}},
+       {{"path", "/tmp/notes v2.txt"}, {"owner", "daemon"}, {"group", "staff"}, {"mode", "0600"}, {"acl", nullptr}}},
+      {R"(<config><Owner datatype="Array"><array_0 datatype="String">root</array_0></Owner>)" + path,
+       {{"Owner", Typed("Array", json::array({Typed("String", "root")}))}, {"UnixFilePath", Typed("String", file)}},
+       unhandled},
+      {R"(<config><Owner datatype="Dictionary"><Name datatype="String">root</Name></Owner>)" + path,
+       {{"Owner", Typed("Dictionary", {{"Name", Typed("String", "root")}})}, {"UnixFilePath", Typed("String", file)}},
+       unhandled},
+      {R"(<config><Owner datatype="GMTTimeStampZRN">2018-06-01T09:05:07</Owner>)" + path,
+       {{"Owner", Typed("Date", "2018-06-01T09:05:07+00:00")}, {"UnixFilePath", Typed("String", file)}},
+       {{"path", file}, {"owner", "2018-06-01 09:05:07"}, {"group", ""}, {"mode", "0000"}, {"acl", nullptr}}},
   };
-  EXPECT_EQ(Explain(config)["configuration"], want);
+  for (const auto& [xml, configuration, record] : cases) {
+    const std::string config = dir.Write("config.xml", xml);
+    const json explained = Explain(config);
+    EXPECT_EQ(explained["configuration"], configuration) << xml;
+    EXPECT_EQ(explained["record"], record) << xml;
+    if (!record.contains("error")) continue;
+    const ProcessResult helper = RunHelper({"-f", config}, {.env = {"GRANTWRIGHT_LOG=/dev/null"}});
+    EXPECT_EQ(helper.out, record["error"].get<std::string>() + "\n");
+    EXPECT_EQ(helper.status, record["status"]);
+  }
 }
 
 // capture replaces its output whole (mode 0600, no temporary file left), and explain reads
@@ -80,56 +106,43 @@ TEST(Capture, WritesAConfigurationThatExplainReadsBack) {
                   {"acl", "user::rw-\nuser:daemon:r--\ngroup::r--\nmask::r--\nother::r--\n"}}));
 }
 
-// An Owner the helper cannot take as text still shows as decoded, and under "record" stands
-// what the helper does with it instead: its own line and status. A Date has a text, which
-// the helper takes as the owner's name.
-TEST(Explain, ShowsTheHelpersEndingWhenTheRecordCannotBeBuilt) {
+// Every failure is status 1 and one line on standard error, and leaves the folder as it was:
+// capture never writes over what it captures, by any name, nor into a folder or an empty path.
+TEST(Grantwright, FailuresChangeNothingAndUsage) {
   TempDir dir;
-  const std::string file = dir.Write("f", "x");
-  const json unhandled = {{"error", "Unhandled exception: TypeMismatchException"}, {"status", 253}};
-  const struct {
-    std::string owner;
-    json decoded;
-    json record;
-  } cases[] = {
-      {R"(<Owner datatype="Array"><array_0 datatype="String">root</array_0></Owner>)",
-       Typed("Array", json::array({Typed("String", "root")})), unhandled},
-      {R"(<Owner datatype="Dictionary"><Name datatype="String">root</Name></Owner>)",
-       Typed("Dictionary", {{"Name", Typed("String", "root")}}), unhandled},
-      {R"(<Owner datatype="GMTTimeStampZRN">2018-06-01T09:05:07</Owner>)",
-       Typed("Date", "2018-06-01T09:05:07+00:00"),
-       {{"path", file}, {"owner", "2018-06-01 09:05:07"}, {"group", ""}, {"mode", "0000"}, {"acl", nullptr}}},
-  };
-  for (const auto& c : cases) {
-    const std::string config =
-        dir.Write("config.xml", "<config>" + c.owner + "<UnixFilePath datatype=\"String\">" + file +
-                                    "</UnixFilePath></config>");
-    const json explained = Explain(config);
-    EXPECT_EQ(explained["configuration"]["Owner"], c.decoded) << c.owner;
-    EXPECT_EQ(explained["record"], c.record) << c.owner;
-    if (!c.record.contains("error")) continue;
-    const ProcessResult helper = RunWith({HelperPath(), "-f", config}, {}, {.env = {"GRANTWRIGHT_LOG=/dev/null"}});
-    EXPECT_EQ(helper.out, c.record["error"].get<std::string>() + "\n");
-    EXPECT_EQ(helper.status, c.record["status"]);
-  }
-}
-
-TEST(Explain, FailuresAndUsage) {
-  TempDir dir;
-  const std::string unwritable = dir / "no-such-folder/out.xml";
+  const std::string file = dir.Write("f", "the captured file");
+  const std::string folder = dir / "d";
+  ASSERT_EQ(::mkdir(folder.c_str(), 0700), 0);
+  ASSERT_EQ(::link(file.c_str(), (dir / "hard").c_str()), 0);
+  ASSERT_EQ(::symlink(file.c_str(), (dir / "soft").c_str()), 0);
+  ASSERT_EQ(::symlink(folder.c_str(), (dir / "to-folder").c_str()), 0);
   const std::string bad = dir.Write("bad.xml", "<unclosed");
-  const std::pair<std::vector<std::string>, std::string> cases[] = {  // status 1 and the message
+  const std::string unwritable = dir / "no-such-folder/out.xml";
+  const std::string cannot = "grantwright: cannot write ", itself = ": it is the captured file\n";
+  const std::pair<std::vector<std::string>, std::string> cases[] = {
       {{"explain", dir / "missing.xml"}, "Missing config file!\n"},
       {{"explain", dir.path()}, "Failed to read config file!\n"},
       {{"explain", bad}, "Failed to read XML from config file!\n"},
       {{"capture", dir / "missing"}, "grantwright: " + (dir / "missing") + ": No such file or directory\n"},
-      {{"capture", dir.path(), "-o", unwritable},
-       "grantwright: cannot write " + unwritable + ": No such file or directory\n"},
+      {{"capture", dir.path(), "-o", unwritable}, cannot + unwritable + ": No such file or directory\n"},
+      {{"capture", file, "-o", file}, cannot + file + itself},
+      {{"capture", file, "-o", dir / "d/../f"}, cannot + dir / "d/../f" + itself},
+      {{"capture", file, "-o", dir / "hard"}, cannot + dir / "hard" + itself},
+      {{"capture", file, "-o", dir / "soft"}, cannot + dir / "soft" + itself},
+      {{"capture", dir / "soft", "-o", dir / "soft"}, cannot + dir / "soft" + itself},  // captured through, an input too
+      {{"capture", dir / "soft", "-o", file}, cannot + file + itself},
+      {{"capture", file, "-o", folder}, cannot + folder + ": it is a folder\n"},
+      {{"capture", file, "-o", dir / "to-folder"}, cannot + dir / "to-folder" + ": it is a folder\n"},
+      {{"capture", file, "-o", ""}, cannot + "\"\": the output path is empty\n"},
   };
+  const std::string listing = RunWith({"/bin/ls", "-liA", dir.path()}).out;
   for (const auto& [args, message] : cases) {
     const ProcessResult r = RunWith({CommandPath()}, args, {.env = {"GRANTWRIGHT_LOG=/dev/null"}});
     EXPECT_EQ(r.status, 1) << message;
-    EXPECT_EQ(r.out + r.err, message);
+    EXPECT_EQ(r.out, "") << message;
+    EXPECT_EQ(r.err, message);
+    EXPECT_EQ(RunWith({"/bin/cat", file}).out, "the captured file") << message;
+    EXPECT_EQ(RunWith({"/bin/ls", "-liA", dir.path()}).out, listing) << message;
   }
   // The debug switch shows the library's log lines.
   EXPECT_EQ(RunWith({CommandPath(), "explain", bad}, {}, {.env = {"GRANTWRIGHT_DEBUG=1"}}).err,
@@ -139,40 +152,6 @@ TEST(Explain, FailuresAndUsage) {
   const ProcessResult help = RunWith({CommandPath(), "--help"});
   EXPECT_EQ(help.status, 0);
   EXPECT_NE(help.out.find("grantwright-helper -a -f"), std::string::npos);
-}
-
-// capture never writes over what it captures: an output that is the captured file by any
-// name, a folder, or empty is refused with its reason before anything is written.
-TEST(Capture, RefusesAnOutputThatWouldDestroyItsInput) {
-  TempDir dir;
-  const std::string file = dir.Write("f", "the captured file");
-  const std::string folder = dir / "d";
-  ASSERT_EQ(::mkdir(folder.c_str(), 0700), 0);
-  ASSERT_EQ(::link(file.c_str(), (dir / "hard").c_str()), 0);
-  ASSERT_EQ(::symlink(file.c_str(), (dir / "soft").c_str()), 0);
-  ASSERT_EQ(::symlink(folder.c_str(), (dir / "to-folder").c_str()), 0);
-  const std::string itself = ": it is the captured file\n";
-  const struct {
-    std::string input, output, reason;
-  } cases[] = {
-      {file, file, itself},
-      {file, dir / "d/../f", itself},
-      {file, dir / "hard", itself},
-      {file, dir / "soft", itself},
-      {dir / "soft", dir / "soft", itself},  // a link is captured through, and is an input too
-      {dir / "soft", file, itself},
-      {file, folder, ": it is a folder\n"},
-      {file, dir / "to-folder", ": it is a folder\n"},
-      {file, "", ": the output path is empty\n"},
-  };
-  const std::string listing = RunWith({"/bin/ls", "-liA", dir.path()}).out;
-  for (const auto& c : cases) {
-    const ProcessResult r = RunWith({CommandPath(), "capture", c.input, "-o", c.output});
-    EXPECT_EQ(r.status, 1) << c.output;
-    EXPECT_EQ(r.err, "grantwright: cannot write " + (c.output.empty() ? "\"\"" : c.output) + c.reason);
-    EXPECT_EQ(RunWith({"/bin/cat", file}).out, "the captured file");
-    EXPECT_EQ(RunWith({"/bin/ls", "-liA", dir.path()}).out, listing) << c.output;
-  }
 }
 
 // Running short of memory ends explain with one line and status 1, never with a message
@@ -188,8 +167,7 @@ TEST(Explain, RunningOutOfMemoryIsOneLineAtEveryLimit) {
   const std::string config = dir.Write("config.xml", xml + "</config>");
   const size_t least = LeastAddressSpace({CommandPath(), "explain", dir / "missing"}, 1);
   ASSERT_GT(least, 0u);
-  int ended = 0;
-  int explained = 0;
+  int ended = 0, explained = 0;
   for (size_t limit = least; limit < least + (12u << 20); limit += 256 << 10) {
     const ProcessResult r = RunWith({CommandPath(), "explain", config}, {}, {.addressSpace = limit});
     if (r.status == 0) {
@@ -205,12 +183,6 @@ TEST(Explain, RunningOutOfMemoryIsOneLineAtEveryLimit) {
   EXPECT_GT(explained, 0);
 }
 
-// Each item's name, numeric owner, group and mode, then its whole list.
-std::string State(const std::vector<std::string>& items) {
-  return RunWith({"/usr/bin/stat", "-c", "%n %u %g %a"}, items).out +
-         RunWith({"/usr/bin/getfacl", "-n", "-p"}, items).out;
-}
-
 // Files and folders of every mode, owners and groups with and without a name, lists with
 // named entries and default lists, under names with blanks, %, +, non-ASCII text, markup
 // a line end and bytes that are no UTF-8: captured, scrambled, restored by the helper (owner branch, then -a where
@@ -220,16 +192,18 @@ TEST(RoundTrip, EveryModeOwnerGroupListAndNameComesBack) {
   TempDir dir;
   const uid_t owners[] = {0, 1, 65534, 4242};  // 4242 and 4343 have no account or group
   const gid_t groups[] = {0, 1, 65534, 4343};
-  const std::vector<std::string> lists[] = {
-      {},
-      {"-m", "u:daemon:r-x"},
-      {"-m", "g:nogroup:rw-,u:nobody:--x"},
-      {"-m", "g:daemon:r--", "-d", "-m", "u:nobody:rwx,g:daemon:r-x"},  // default list: folders only
-  };
+  const std::vector<std::string> lists[] = {{}, {"-m", "u:daemon:r-x"}, {"-m", "g:nogroup:rw-,u:nobody:--x"},
+                                            // a default list: folders only
+                                            {"-m", "g:daemon:r--", "-d", "-m", "u:nobody:rwx,g:daemon:r-x"}};
   const char* names[] = {"notes v2.txt", "100% + more", "Grüße 日本", "line\nbreak", "&lt;<tag>\"'",
                          "bytes \x80\xFE\xFF\xC3 no UTF-8"};
   std::vector<std::string> items;
   std::vector<std::vector<std::string>> capture, restore, restoreList;
+  // Each item's name, numeric owner, group and mode, then its whole list.
+  const auto state = [&] {
+    return RunWith({"/usr/bin/stat", "-c", "%n %u %g %a"}, items).out +
+           RunWith({"/usr/bin/getfacl", "-n", "-p"}, items).out;
+  };
   for (uint32_t mode = 0; mode < 4096; mode += kModeStep) {
     const std::string name = names[mode % 6] + std::string("-") + std::to_string(mode);
     const std::string item = dir / name;
@@ -249,7 +223,7 @@ TEST(RoundTrip, EveryModeOwnerGroupListAndNameComesBack) {
     items.push_back(item);
   }
 
-  const std::string before = State(items);
+  const std::string before = state();
   for (const ProcessResult& r : RunAll(capture)) ASSERT_EQ(r.status, 0) << r.err;
   ASSERT_EQ(RunWith({"/usr/bin/setfacl", "-b", "-k"}, items).status, 0);
   ASSERT_EQ(RunWith({"/usr/bin/chown", "65534:65534"}, items).status, 0);
@@ -258,7 +232,7 @@ TEST(RoundTrip, EveryModeOwnerGroupListAndNameComesBack) {
   for (const auto& step : {restore, restoreList}) {
     for (const ProcessResult& r : RunAll(step)) ASSERT_EQ(r.status, 0) << r.out << r.err;
   }
-  EXPECT_EQ(State(items), before);
+  EXPECT_EQ(state(), before);
 }
 
 }  // namespace
