@@ -12,6 +12,10 @@
  * Nothing here may touch thread-local storage or the stack canary: the C library has not
  * set them up yet. %rdx holds the function the loader asks to run at exit; it is kept. */
 
+#ifdef __CET__
+#include <cet.h>  /* marks the object as ready for indirect-branch tracking, as the rest is */
+#endif
+
         .text
         .globl  grantwright_populated_start
         .type   grantwright_populated_start, @function
