@@ -13,22 +13,18 @@ OwnedFolder::OwnedFolder(const std::string& path, bool create) {
   status_ = Walk(path, create);
 }
 
-OwnedFolder::OwnedFolder(int descriptor)
-    : status_(descriptor >= 0 ? Status::kOpen : Status::kFailed), fd_(descriptor) {}
+OwnedFolder::OwnedFolder(std::shared_ptr<const int> descriptor)
+    : status_(descriptor ? Status::kOpen : Status::kFailed), fd_(std::move(descriptor)) {}
 
-OwnedFolder OwnedFolder::Copy() const {
-  return OwnedFolder(fd_ >= 0 ? ::fcntl(fd_, F_DUPFD_CLOEXEC, 0) : -1);
-}
+OwnedFolder OwnedFolder::Share() const { return OwnedFolder(fd_); }
 
 OwnedFolder::OwnedFolder(OwnedFolder&& other) noexcept
     : status_(std::exchange(other.status_, Status::kFailed)),
-      fd_(std::exchange(other.fd_, -1)),
+      fd_(std::move(other.fd_)),
       culprit_(std::move(other.culprit_)),
       ownerId_(other.ownerId_) {}
 
-OwnedFolder::~OwnedFolder() {
-  if (fd_ >= 0) ::close(fd_);
-}
+OwnedFolder::~OwnedFolder() = default;
 
 OwnedFolder::Status OwnedFolder::Walk(const std::string& path, bool create) {
   PathWalkResult walk =
@@ -36,7 +32,10 @@ OwnedFolder::Status OwnedFolder::Walk(const std::string& path, bool create) {
   switch (walk.status) {
     case PathWalkResult::Status::kFound:
       if (walk.isRoot) return Status::kFailed;  // "/" itself is no store's folder
-      fd_ = walk.item.Release();
+      fd_ = std::shared_ptr<const int>(new int(walk.item.Release()), [](const int* fd) {
+        ::close(*fd);
+        delete fd;
+      });
       return Status::kOpen;
     case PathWalkResult::Status::kMissing: return Status::kMissing;
     case PathWalkResult::Status::kNotTrusted:
@@ -49,7 +48,7 @@ OwnedFolder::Status OwnedFolder::Walk(const std::string& path, bool create) {
 }
 
 bool OwnedFolder::IsWritable() const {
-  return fd_ >= 0 && ::faccessat(fd_, ".", W_OK | X_OK, AT_EACCESS) == 0;
+  return fd_ && ::faccessat(*fd_, ".", W_OK | X_OK, AT_EACCESS) == 0;
 }
 
 }  // namespace grantwright

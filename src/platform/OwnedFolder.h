@@ -14,6 +14,7 @@
 // Once open, the folder is the one the descriptor holds: files are created, read and
 // replaced relative to Descriptor() with openat and renameat, never through the path.
 
+#include <memory>
 #include <string>
 
 namespace grantwright {
@@ -39,7 +40,7 @@ class OwnedFolder {
   Status Result() const { return status_; }
   bool IsOpen() const { return status_ == Status::kOpen; }
   // An O_PATH descriptor of the folder; -1 unless open.
-  int Descriptor() const { return fd_; }
+  int Descriptor() const { return fd_ ? *fd_ : -1; }
   // For kNotOwned: the path, as walked, of the folder or link that belongs to another
   // user; OwnerId() is that user's id.
   const std::string& Culprit() const { return culprit_; }
@@ -48,16 +49,17 @@ class OwnedFolder {
   // Whether this process may create and remove files in the folder.
   bool IsWritable() const;
 
-  // Another descriptor of the same folder, open when this one is and the descriptor could
-  // be duplicated; kFailed otherwise.
-  OwnedFolder Copy() const;
+  // The same folder through the same descriptor, which stays open while any of its holders
+  // is left (no system call, where a duplicate would cost one to make and one to close);
+  // kFailed when this one is not open.
+  OwnedFolder Share() const;
 
  private:
-  explicit OwnedFolder(int descriptor);
+  explicit OwnedFolder(std::shared_ptr<const int> descriptor);
   Status Walk(const std::string& path, bool create);
 
   Status status_ = Status::kFailed;
-  int fd_ = -1;
+  std::shared_ptr<const int> fd_;  // closed when its last holder goes
   std::string culprit_;
   unsigned ownerId_ = 0;
 };

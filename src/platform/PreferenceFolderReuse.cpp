@@ -29,16 +29,14 @@ OwnedFolder ReopenFolder(const std::string& path) {
       st.st_ino != kept->inode) {
     return OwnedFolder();
   }
-  return kept->folder.Copy();
+  return kept->folder.Share();
 }
 
 void KeepFolder(const std::string& path, const OwnedFolder& folder) {
   struct stat st;
   if (::fstat(folder.Descriptor(), &st) != 0) return;
-  OwnedFolder copy = folder.Copy();
-  if (!copy.IsOpen()) return;
   KeptFolder().reset();
-  KeptFolder().emplace(Kept{path, std::move(copy), st.st_dev, st.st_ino});
+  KeptFolder().emplace(Kept{path, folder.Share(), st.st_dev, st.st_ino});
 }
 
 }  // namespace grantwright::PreferenceFiles

@@ -2,10 +2,10 @@
 // The preference folder a process opened last, kept open so that the next access to the
 // same folder need not walk its path again. A helper run reaches its store twice as it
 // starts (a flush with nothing to write, then the flush of a setting), and each walk opens
-// and checks every folder from "/" down: about 15 system calls. Reuse costs 2 when the
-// folder is kept and 2 when it is taken again (bench/helper_vs_c.sh, owner branch: 82 -> 73
-// system calls a run; the median run moved less than its noise, about 1%, and a process
-// that reads its preferences often gains the most).
+// and checks every folder from "/" down: about 15 system calls. Reuse costs one when the
+// folder is kept (its identity) and one when it is taken again (the path's), as the kept
+// folder and those handed out share one descriptor (bench/helper_vs_c.sh, owner branch:
+// 82 -> 65 system calls a run).
 //
 // A kept folder is taken again only while its path still leads to it (the same device and
 // inode by stat): a folder removed, renamed or replaced meanwhile is walked anew, so a
