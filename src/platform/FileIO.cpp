@@ -79,6 +79,27 @@ int ReplaceFileBeside(const std::string& path, std::string_view bytes, mode_t mo
 
 std::string ErrorText(int errorNumber) { return std::strerror(errorNumber); }
 
+int ReadOpenFile(int fd, size_t size, size_t maxBytes, std::string& content) {
+  // Straight into `content`, one byte more than the length, so that the first read can
+  // stop short at the length: that is the end, and no second read need say so.
+  content.resize(std::min(size, maxBytes) + 1);
+  size_t done = 0;
+  int error = 0;
+  for (;;) {
+    if (done == content.size()) content.resize(std::min(2 * done, maxBytes + 1));
+    const size_t asked = content.size() - done;
+    const ssize_t n = ::read(fd, content.data() + done, asked);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) error = errno;
+    if (n <= 0) break;
+    done += static_cast<size_t>(n);
+    if (done > maxBytes) error = EFBIG;
+    if (error != 0 || (done == size && static_cast<size_t>(n) < asked)) break;
+  }
+  content.resize(error == 0 ? done : 0);
+  return error;
+}
+
 int ReadWholeFile(const std::string& path, size_t maxBytes, std::string& content) {
   content.clear();
   const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
@@ -89,23 +110,10 @@ int ReadWholeFile(const std::string& path, size_t maxBytes, std::string& content
     error = errno;
   } else if (!S_ISREG(st.st_mode)) {
     error = EINVAL;
+  } else {
+    error = ReadOpenFile(fd, static_cast<size_t>(st.st_size), maxBytes, content);
   }
-  // Straight into `content`, sized by the file's length plus one byte, so that one read
-  // usually sees the end too; a file that grows meanwhile still reads whole.
-  size_t size = 0;
-  if (error == 0) content.resize(std::min(static_cast<size_t>(st.st_size), maxBytes) + 1);
-  while (error == 0) {
-    if (size == content.size()) content.resize(std::min(content.size() * 2, maxBytes + 1));
-    const ssize_t n = ::read(fd, content.data() + size, content.size() - size);
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) error = errno;
-    if (n <= 0) break;
-    size += static_cast<size_t>(n);
-    if (size > maxBytes) error = EFBIG;
-  }
-  content.resize(size);
   CloseReadDescriptor(fd);
-  if (error != 0) content.clear();
   return error;
 }
 

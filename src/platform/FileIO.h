@@ -35,6 +35,12 @@ void CloseReadDescriptor(int fd);
 // ".grantwright-" and the process id added). 0, or the errno of the step that failed.
 int ReplaceFileBeside(const std::string& path, std::string_view bytes, mode_t mode);
 
+// Reads the open file `fd` from its offset to its end into `content`. `size` is its length
+// as fstat gave it, a first guess: a file that has grown since is still read whole, and a
+// read that stops short right at `size` is its end. 0, EFBIG once more than `maxBytes`
+// bytes are read, or read's errno; `content` is empty unless 0.
+int ReadOpenFile(int fd, size_t size, size_t maxBytes, std::string& content);
+
 // Reads the whole regular file at `path` into `content`. 0, or the errno of the step that
 // failed: EFBIG for a file of more than `maxBytes` bytes, EINVAL for an item that is no
 // regular file (read not at all, so a FIFO cannot stall the reader).

@@ -84,33 +84,14 @@ void ReportNotOwned(const OwnedFolder& folder) {
                           " is owned by user " + std::to_string(folder.OwnerId())));
 }
 
-// Reads the open file whole into `bytes`, up to kMaxFileSize: the file may have grown
-// since its size was taken, so the size is a first guess, not a limit.
+// Reads the open file whole into `bytes`, up to kMaxFileSize.
 ReadResult ReadBounded(int fd, size_t size, const Location& location, std::string& bytes) {
-  bytes.resize(std::min(size, kMaxFileSize) + 1);
-  size_t done = 0;
-  for (;;) {
-    if (done == bytes.size()) {
-      if (done > kMaxFileSize) break;
-      bytes.resize(std::min(2 * done, kMaxFileSize + 1));
-    }
-    const ssize_t n = ::read(fd, bytes.data() + done, bytes.size() - done);
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) {
-      bytes.clear();
-      return ReadResult::kFailed;
-    }
-    if (n == 0) break;
-    done += static_cast<size_t>(n);
-  }
-  if (done > kMaxFileSize) {
-    bytes.clear();
+  const int error = ReadOpenFile(fd, size, kMaxFileSize, bytes);
+  if (error == EFBIG) {
     Log("Preference file is larger than " + std::to_string(kMaxFileSize) + " bytes, left alone: ",
         location);
-    return ReadResult::kFailed;
   }
-  bytes.resize(done);
-  return ReadResult::kRead;
+  return error == 0 ? ReadResult::kRead : ReadResult::kFailed;
 }
 
 void Pause(std::chrono::microseconds length) {
