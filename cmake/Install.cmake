@@ -16,6 +16,10 @@ set(GRANTWRIGHT_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Grantwright)
 set(GRANTWRIGHT_INCLUDE_DIR ${CMAKE_INSTALL_INCLUDEDIR}/grantwright)
 
 install(TARGETS grantwright RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+# The desktop's services, which `grantwright` loads from <libdir>/grantwright (its run path)
+# for the commands that need them.
+install(TARGETS grantwright_desktop LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/grantwright COMPONENT runtime
+        PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 install(TARGETS grantwright-helper EXPORT GrantwrightTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/grantwright COMPONENT runtime)
 install(FILES completion/grantwright

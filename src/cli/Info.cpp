@@ -2,7 +2,6 @@
 
 #include "cli/Commands.h"
 #include "cli/StoredText.h"
-#include "desktop/GioFileIcons.h"
 #include "filerefs/SmartFolderItemZRN.h"
 #include "fileutil/FileIcons.h"
 #include "fileutil/FileKinds.h"
@@ -67,7 +66,7 @@ int Info(const InfoRequest& request) {
   const PictureRef icon = reference ? reference->GetFileIcon(request.iconSize, nullptr)
                                     : FolderItemExtension::IconZRN(file, request.iconSize, false, request.route);
   if (!icon) return Fail("no icon of " + std::to_string(request.iconSize) + " pixels for " + request.target);
-  if (!SavePng(*icon, request.iconOutput)) return Fail("cannot write " + request.iconOutput);
+  if (!CurrentFileIcons()->WritePng(*icon, request.iconOutput)) return Fail("cannot write " + request.iconOutput);
   return 0;
 }
 

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "cli/Commands.h"
-#include "desktop/GioFileKinds.h"
+#include "cli/DesktopServices.h"
 #include "fileutil/FileIcons.h"
 #include "global/GlobalMethods.h"
 #include "global/Startup.h"
@@ -120,7 +120,12 @@ int Run(const std::vector<std::string>& args) {
   if (command == "resolve" && args.size() == 2) return grantwright::Commands::Resolve(args[1]);
   if (command == "info") {
     const std::optional<grantwright::Commands::InfoRequest> request = InfoRequestOf(args);
-    return request ? grantwright::Commands::Info(*request) : Usage();
+    if (!request) return Usage();
+    if (const std::string why = grantwright::Commands::LoadDesktopServices(); !why.empty()) {
+      grantwright::MsgBox(grantwright::String("grantwright: the desktop's services cannot be loaded: " + why));
+      return 1;
+    }
+    return grantwright::Commands::Info(*request);
   }
   return Usage();
 }
@@ -128,7 +133,6 @@ int Run(const std::vector<std::string>& args) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  grantwright::InstallDesktopServices();
   grantwright::Startup::CachedDebugMode = grantwright::EnvironmentValue("GRANTWRIGHT_DEBUG") == "1";
   if (grantwright::GlobalMethods::DebuggingEnabledZRN()) {
     grantwright::SetLogSink([](std::string_view line) { grantwright::MsgBox(grantwright::String(line)); });

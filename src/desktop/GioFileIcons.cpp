@@ -252,6 +252,8 @@ PictureRef GioFileIcons::Preview(const std::string& path, int size) {
   return type.starts_with("image/") ? IconFile(path, size) : nullptr;
 }
 
+bool GioFileIcons::WritePng(const Picture& picture, const std::string& path) { return SavePng(picture, path); }
+
 bool SavePng(const Picture& picture, const std::string& path) {
   const GObjectPtr<GdkPixbuf> pixbuf(gdk_pixbuf_new_from_data(picture.RGBA().data(), GDK_COLORSPACE_RGB, TRUE, 8,
                                                               picture.Width(), picture.Height(),

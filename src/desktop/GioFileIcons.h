@@ -24,6 +24,7 @@ class GioFileIcons final : public FileIcons {
   PictureRef TypeIcon(const std::string& path, int size) override;
   PictureRef Preview(const std::string& path, int size) override;
   PictureRef FamilyIcon(const std::string& path, int size) override;
+  bool WritePng(const Picture& picture, const std::string& path) override;
 
  private:
   GioFileKinds kinds_;

@@ -43,11 +43,11 @@ std::string GioFileKinds::Description(const std::string& contentType) {
   return description ? description.get() : "";
 }
 
-void InstallDesktopServices() {
-  static GioFileKinds kinds;
-  static GioFileIcons icons;
-  InstallFileKinds(&kinds);
-  InstallFileIcons(&icons);
-}
-
 }  // namespace grantwright
+
+extern "C" void grantwright_install_desktop_services() {
+  static grantwright::GioFileKinds kinds;
+  static grantwright::GioFileIcons icons;
+  grantwright::InstallFileKinds(&kinds);
+  grantwright::InstallFileIcons(&icons);
+}

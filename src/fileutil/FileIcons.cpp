@@ -14,6 +14,8 @@ FileIcons* InstallFileIcons(FileIcons* icons) {
   return before;
 }
 
+FileIcons* CurrentFileIcons() { return installed; }
+
 namespace FolderItemExtension {
 
 PictureRef IconZRN(const FolderItemRef& file, int64_t size, bool reservedFlag, int64_t route) {

@@ -25,10 +25,13 @@ class FileIcons {
   virtual PictureRef TypeIcon(const std::string& path, int size) = 0;
   virtual PictureRef Preview(const std::string& path, int size) = 0;
   virtual PictureRef FamilyIcon(const std::string& path, int size) = 0;
+  // Writes `picture` as a PNG file at `path`; false when it cannot.
+  virtual bool WritePng(const Picture& picture, const std::string& path) = 0;
 };
 
 // Makes `icons` (not owned; null for none) the process's icon services; gives the one before.
 FileIcons* InstallFileIcons(FileIcons* icons);
+FileIcons* CurrentFileIcons();
 
 // The largest icon asked for.
 inline constexpr int64_t kMaxIconSize = 4096;

@@ -42,6 +42,7 @@ class RecordingIcons final : public FileIcons {
   PictureRef TypeIcon(const std::string&, int) override { return Answer("type", none); }
   PictureRef Preview(const std::string&, int) override { return Answer("preview", none || noPreview); }
   PictureRef FamilyIcon(const std::string&, int) override { return Answer("family", none); }
+  bool WritePng(const Picture&, const std::string&) override { return false; }
   Calls calls;
   bool none = false, noPreview = false;
 

@@ -33,6 +33,7 @@ TEST(Install, PutsEachPartInItsFolderWithNoWritableOrSetIdFile) {
       {"share/bash-completion/completions/grantwright", 0644}, {"include/grantwright/platform/String.h", 0644},
       {"include/grantwright/permissions/TraditionalPermissionsZRN.h", 0644},
       {lib + "libgrantwright_core.a", 0644}, {lib + "libgrantwright_platform.a", 0644},
+      {lib + "grantwright/libgrantwright-desktop.so", 0644},
       {lib + "cmake/Grantwright/GrantwrightConfig.cmake", 0644}, {lib + "cmake/Grantwright/GrantwrightTargets.cmake", 0644},
       {lib + "cmake/Grantwright/GrantwrightConfigVersion.cmake", 0644}, {lib + "pkgconfig/grantwright.pc", 0644},
   };
@@ -51,6 +52,18 @@ TEST(Install, PutsEachPartInItsFolderWithNoWritableOrSetIdFile) {
     if (entry.path().extension() == ".h") headers += "#include <" + fs::relative(entry.path(), include).string() + ">\n";
   }
   EXPECT_EQ(Exec({prefix + "/bin/grantwright", "--help"}).status, 0);
+  // The desktop's services load from the install, wherever its prefix is; a program moved
+  // away from them says so for the command that needs them, and runs the others.
+  const ProcessResult info = Exec({prefix + "/bin/grantwright", "info", prefix + "/bin/grantwright"});
+  EXPECT_EQ(info.status, 0) << info.err;
+  EXPECT_NE(info.out.find("\"contentType\": \"application/"), std::string::npos) << info.out;
+  TempDir moved;
+  fs::copy_file(prefix + "/bin/grantwright", moved / "grantwright");
+  const ProcessResult lost = Exec({moved / "grantwright", "info", prefix + "/bin/grantwright"});
+  EXPECT_EQ(lost.status, 1);
+  EXPECT_TRUE(lost.err.starts_with("grantwright: the desktop's services cannot be loaded: libgrantwright-desktop.so: "))
+      << lost.err;
+  EXPECT_EQ(Exec({moved / "grantwright", "--help"}).status, 0);
   EXPECT_EQ(Exec({prefix + "/libexec/grantwright/grantwright-helper", "-f", prefix + "/none.xml"}).out, "Missing config file!\n");
   ASSERT_NE(headers.find("<grantwright/xml/XMLData.h>"), std::string::npos) << headers;
   TempDir dir;
