@@ -76,8 +76,15 @@ bool HasDuplicateEntries(acl_t acl) {
   return duplicate;
 }
 
-// `given` made whole: each base entry it lacks copied from `base`, and a mask computed
-// when it has named entries but no mask. Null when libacl fails.
+// Whether `acl` holds the three base entries (owner, group, others).
+bool HasBaseEntries(acl_t acl) {
+  return FindTag(acl, ACL_USER_OBJ) != nullptr && FindTag(acl, ACL_GROUP_OBJ) != nullptr &&
+         FindTag(acl, ACL_OTHER) != nullptr;
+}
+
+// `given` made whole: each base entry it lacks copied from `base` (which may be null when
+// it lacks none), and a mask computed when it has named entries but no mask. Null when
+// libacl fails.
 AclHandle Completed(acl_t given, acl_t base) {
   // libacl may move the list while it grows, so it is held raw until it is whole.
   acl_t result = acl_dup(given);
@@ -278,20 +285,25 @@ String Acl::Text() const {
 bool Acl::SetFile(const FolderItemRef& file, int type) const {
   NonNil(file);
   if (type != kExtended) return false;
-  const int fd = file->ChangeDescriptor();
-  if (fd < 0) return false;
   struct stat st;
-  if (::fstat(fd, &st) != 0) return false;
+  const int fd = file->ChangeDescriptor(&st);
+  if (fd < 0) return false;
   const bool folder = S_ISDIR(st.st_mode);
   if (lists_->defaultList && !folder) return false;
 
   // Everything is built and checked before the first change, so a refused list changes
-  // nothing.
-  const std::string path = ProcPathOf(fd);
-  if (path.empty()) return false;
-  const AclHandle current(acl_get_file(path.c_str(), ACL_TYPE_ACCESS));
-  if (!current) ThrowIfOutOfMemory(errno);
-  if (!current) return false;
+  // nothing. The file's own lists are read only for what the given ones leave out.
+  std::string path;
+  if (!HasBaseEntries(lists_->access.get()) || lists_->defaultList) {
+    path = ProcPathOf(fd, st);
+    if (path.empty()) return false;
+  }
+  AclHandle current;
+  if (!HasBaseEntries(lists_->access.get())) {
+    current.reset(acl_get_file(path.c_str(), ACL_TYPE_ACCESS));
+    if (!current) ThrowIfOutOfMemory(errno);
+    if (!current) return false;
+  }
   const AclHandle access = Completed(lists_->access.get(), current.get());
   if (!access) ThrowIfOutOfMemory(errno);
   if (!access || acl_valid(access.get()) != 0) return false;
@@ -306,7 +318,7 @@ bool Acl::SetFile(const FolderItemRef& file, int type) const {
     if (!defaults) ThrowIfOutOfMemory(errno);
     if (!defaults || acl_valid(defaults.get()) != 0) return false;
   }
-  return CurrentFileChanges().ChangeLists(fd, access.get(), defaults.get(), folder) == 0;
+  return CurrentFileChanges().ChangeLists(fd, st, access.get(), defaults.get()) == 0;
 }
 
 }  // namespace grantwright

@@ -46,8 +46,9 @@ class RealFileChanges final : public FileChanges {
 
   // The xattr calls refuse O_PATH descriptors, so the lists go through the item's /proc
   // name, checked to be procfs and to reach the item.
-  int ChangeLists(int item, acl_t access, acl_t defaults, bool folder) override {
-    const std::string path = ProcPathOf(item);
+  int ChangeLists(int item, const struct stat& examined, acl_t access, acl_t defaults) override {
+    const bool folder = S_ISDIR(examined.st_mode);
+    const std::string path = ProcPathOf(item, examined);
     if (path.empty()) return errno;
     // A folder's second write may fail after the first went through: the access list it
     // replaces is kept to be put back. A file's one write needs nothing kept.

@@ -8,6 +8,7 @@
 // can be checked in process and without root.
 
 #include <sys/acl.h>
+#include <sys/stat.h>
 #include <sys/types.h>
 
 namespace grantwright {
@@ -24,8 +25,9 @@ class FileChanges {
   virtual int ChangeMode(int item, mode_t mode) = 0;
   // Replaces the access list by `access` and, for a folder, the default list by
   // `defaults` (removed when null). Both are written or neither: when the default list
-  // does not fit, the access list is put back as it was.
-  virtual int ChangeLists(int item, acl_t access, acl_t defaults, bool folder) = 0;
+  // does not fit, the access list is put back as it was. `examined` is the item's fstat,
+  // taken by the caller just before.
+  virtual int ChangeLists(int item, const struct stat& examined, acl_t access, acl_t defaults) = 0;
 };
 
 // The changes in use.

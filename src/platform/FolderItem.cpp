@@ -138,7 +138,7 @@ bool FolderItem::Locate() {
   return walk.type == S_IFLNK ? Exists() : true;
 }
 
-int FolderItem::ChangeDescriptor() {
+int FolderItem::ChangeDescriptor(struct stat* examined) {
   if (!located_) Locate();
   if (refusal_ != 0) {
     lastErrorCode_ = refusal_;
@@ -158,6 +158,7 @@ int FolderItem::ChangeDescriptor() {
     lastErrorCode_ = EPERM;
     return -1;
   }
+  if (examined != nullptr) *examined = st;
   return descriptor_;
 }
 

@@ -120,8 +120,9 @@ class FolderItem : public Object {
   friend class Acl;
 
   // The located item's descriptor for a change (locating it first when that has not been
-  // done); -1 with LastErrorCode set when there is no item or the item is refused.
-  int ChangeDescriptor();
+  // done); -1 with LastErrorCode set when there is no item or the item is refused. The
+  // item is examined anew for each change; `examined`, when given, receives what was seen.
+  int ChangeDescriptor(struct stat* examined = nullptr);
   // stat of the path (following a symbolic link), its errno kept as LastErrorCode.
   bool Examine(struct stat& st);
 

@@ -23,21 +23,30 @@ bool IsProcfs(int fd) {
 }  // namespace
 
 std::string ProcPathOf(int fd) {
-  // Found procfs once, the folder is kept for the process: a mount over /proc later cannot
-  // change what it holds. Found not to be, it is looked at again next time.
-  static Descriptor proc;
-  if (proc.Get() < 0) {
+  struct stat item;
+  if (::fstat(fd, &item) != 0) {
+    errno = ESTALE;
+    return {};
+  }
+  return ProcPathOf(fd, item);
+}
+
+std::string ProcPathOf(int fd, const struct stat& item) {
+  // Found procfs once, the folder is kept for the life of the process (the kernel closes it
+  // at exit, which saves a call of every helper run): a mount over /proc later cannot change
+  // what it holds. Found not to be, it is looked at again next time.
+  static int proc = -1;
+  if (proc < 0) {
     Descriptor opened(::open("/proc", O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (opened.Get() < 0 || !IsProcfs(opened.Get())) {
       errno = EXDEV;
       return {};
     }
-    proc = std::move(opened);
+    proc = opened.Release();
   }
   const std::string path = "/proc/self/fd/" + std::to_string(fd);
-  struct stat item;
   struct stat reached;
-  if (::fstat(fd, &item) != 0 || ::fstatat(proc.Get(), path.c_str() + 6, &reached, 0) != 0 ||
+  if (::fstatat(proc, path.c_str() + 6, &reached, 0) != 0 ||
       item.st_dev != reached.st_dev || item.st_ino != reached.st_ino) {
     errno = ESTALE;
     return {};

@@ -61,6 +61,15 @@ TEST(Acl, FilesGiveAndTakeWholeLists) {
   ASSERT_TRUE(Acl::NewACLFromText("user:daemon:r-x\n")->SetFile(item, Acl::kExtended));
   EXPECT_EQ(Getfacl(folder), "user::rwx\nuser:daemon:r-x\ngroup::r-x\nmask::r-x\nother::r-x\n\n");
 
+  // A list lacking only some base entries takes just those from the file; a whole one
+  // takes nothing from it.
+  ASSERT_EQ(::chmod(file.c_str(), 0654), 0);
+  ASSERT_TRUE(Acl::NewACLFromText("user::rwx\nuser:daemon:r--\n")->SetFile(PathToFolderItem(file), Acl::kExtended));
+  EXPECT_EQ(Getfacl(file), "user::rwx\nuser:daemon:r--\ngroup::r-x\nmask::r-x\nother::r--\n\n");
+  ASSERT_TRUE(Acl::NewACLFromText("user::r--\ngroup::---\nother::---\nuser:daemon:rw-\n")
+                  ->SetFile(PathToFolderItem(file), Acl::kExtended));
+  EXPECT_EQ(Getfacl(file), "user::r--\nuser:daemon:rw-\ngroup::---\nmask::rw-\nother::---\n\n");
+
   // Default lines for a file change nothing.
   const std::string before = Getfacl(file);
   EXPECT_FALSE(Acl::NewACLFromText("user:bin:rwx\ndefault:user::rwx\n")

@@ -28,7 +28,7 @@ class RecordingChanges final : public FileChanges {
     return Record(owner != static_cast<uid_t>(-1) ? "owner " + std::to_string(owner) : "group " + std::to_string(group));
   }
   int ChangeMode(int, mode_t mode) override { return Record((std::ostringstream() << "mode " << std::oct << mode).str()); }
-  int ChangeLists(int, acl_t, acl_t, bool) override { return Record("lists"); }
+  int ChangeLists(int, const struct stat&, acl_t, acl_t) override { return Record("lists"); }
 
  private:
   int Record(const std::string& call) {
