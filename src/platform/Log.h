@@ -36,7 +36,7 @@ bool StandardOutputIsOpen();
 // Opens /dev/null on each of descriptors 0, 1 and 2 that is closed, as a privileged
 // program does first: otherwise the next file it opens takes that number, and a line
 // meant for standard output lands in that file. False when /dev/null could not be opened
-// on one of them (the process must not go on then).
+// on one of them, or the three could not be asked after (the process must not go on then).
 bool OpenStandardDescriptors();
 
 using LogSink = std::function<void(std::string_view)>;

@@ -143,8 +143,8 @@ TEST(Helper, EachFailureEndsWithItsLineAndStatus) {
     const ProcessResult r = RunHelper(row.args, options);
     EXPECT_EQ(r.out + std::to_string(r.status), row.out + std::to_string(row.status));
     EXPECT_EQ(r.err, row.log);
-    // With standard output closed the line goes to the log instead.
-    std::vector<std::string> closed{"/bin/sh", "-c", "exec \"$0\" \"$@\" >&-", HelperPath()};
+    // With standard input and output closed the line goes to the log instead.
+    std::vector<std::string> closed{"/bin/sh", "-c", "exec \"$0\" \"$@\" <&- >&-", HelperPath()};
     closed.insert(closed.end(), row.args.begin(), row.args.end());
     const ProcessResult c = ::grantwright::testing::Run(closed, options);
     EXPECT_EQ(c.out + c.err + std::to_string(c.status), row.log + row.out + std::to_string(row.status));
