@@ -13,16 +13,17 @@ OwnedFolder::OwnedFolder(const std::string& path, bool create) {
   status_ = Walk(path, create);
 }
 
-OwnedFolder::OwnedFolder(std::shared_ptr<const int> descriptor)
-    : status_(descriptor ? Status::kOpen : Status::kFailed), fd_(std::move(descriptor)) {}
+OwnedFolder::OwnedFolder(std::shared_ptr<const int> descriptor, const Identity& id)
+    : status_(descriptor ? Status::kOpen : Status::kFailed), fd_(std::move(descriptor)), id_(id) {}
 
-OwnedFolder OwnedFolder::Share() const { return OwnedFolder(fd_); }
+OwnedFolder OwnedFolder::Share() const { return OwnedFolder(fd_, id_); }
 
 OwnedFolder::OwnedFolder(OwnedFolder&& other) noexcept
     : status_(std::exchange(other.status_, Status::kFailed)),
       fd_(std::move(other.fd_)),
       culprit_(std::move(other.culprit_)),
-      ownerId_(other.ownerId_) {}
+      ownerId_(other.ownerId_),
+      id_(std::exchange(other.id_, {})) {}
 
 OwnedFolder::~OwnedFolder() = default;
 
@@ -36,6 +37,7 @@ OwnedFolder::Status OwnedFolder::Walk(const std::string& path, bool create) {
         ::close(*fd);
         delete fd;
       });
+      id_ = {walk.device, walk.inode};
       return Status::kOpen;
     case PathWalkResult::Status::kMissing: return Status::kMissing;
     case PathWalkResult::Status::kNotTrusted:

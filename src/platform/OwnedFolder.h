@@ -14,6 +14,8 @@
 // Once open, the folder is the one the descriptor holds: files are created, read and
 // replaced relative to Descriptor() with openat and renameat, never through the path.
 
+#include <sys/types.h>
+
 #include <memory>
 #include <string>
 
@@ -37,6 +39,13 @@ class OwnedFolder {
   OwnedFolder(OwnedFolder&& other) noexcept;
   OwnedFolder& operator=(OwnedFolder&&) = delete;
 
+  // What tells the folder from any other: its device and inode (zeros unless open), from
+  // the walk's own check of it, so knowing them costs no call.
+  struct Identity {
+    dev_t device = 0;
+    ino_t inode = 0;
+  };
+
   Status Result() const { return status_; }
   bool IsOpen() const { return status_ == Status::kOpen; }
   // An O_PATH descriptor of the folder; -1 unless open.
@@ -45,6 +54,7 @@ class OwnedFolder {
   // user; OwnerId() is that user's id.
   const std::string& Culprit() const { return culprit_; }
   unsigned OwnerId() const { return ownerId_; }
+  const Identity& Id() const { return id_; }
 
   // Whether this process may create and remove files in the folder.
   bool IsWritable() const;
@@ -55,13 +65,14 @@ class OwnedFolder {
   OwnedFolder Share() const;
 
  private:
-  explicit OwnedFolder(std::shared_ptr<const int> descriptor);
+  OwnedFolder(std::shared_ptr<const int> descriptor, const Identity& id);
   Status Walk(const std::string& path, bool create);
 
   Status status_ = Status::kFailed;
   std::shared_ptr<const int> fd_;  // closed when its last holder goes
   std::string culprit_;
   unsigned ownerId_ = 0;
+  Identity id_;
 };
 
 }  // namespace grantwright

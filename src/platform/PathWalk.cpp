@@ -59,6 +59,62 @@ bool MakePrivate(int folder) {
   return open.Get() >= 0 && ::fchmod(open.Get(), 0700) == 0;
 }
 
+// Every descriptor a walk opens, held from the moment it is opened till the walk ends,
+// whichever way it ends, and then closed together but for the one handed out. A folder is
+// left open when the walk steps into the next one: closing each as the walk went cost a
+// call a name, where the end costs one for them all.
+class WalkDescriptors {
+ public:
+  WalkDescriptors() = default;
+  WalkDescriptors(const WalkDescriptors&) = delete;
+  WalkDescriptors& operator=(const WalkDescriptors&) = delete;
+  ~WalkDescriptors() { CloseAll(); }
+
+  // Holds `fd` when it is a descriptor, and gives it back.
+  int Hold(int fd) {
+    if (fd >= 0) held_.push_back(fd);
+    return fd;
+  }
+  // The held `fd`, to be handed out: no longer closed here.
+  Descriptor HandOut(int fd) {
+    Drop(fd);
+    return Descriptor(fd);
+  }
+  // Once kMaxHeld are held, closes all but `folder`, the one the walk goes on from, so that
+  // a path of a thousand names or links never holds more than a few at a time.
+  void Trim(int folder) {
+    if (held_.size() < kMaxHeld) return;
+    Drop(folder);
+    CloseAll();
+    Hold(folder);
+  }
+
+ private:
+  // Deeper than the paths a store or a job names.
+  static constexpr size_t kMaxHeld = 16;
+
+  void Drop(int fd) {
+    if (const auto it = std::find(held_.begin(), held_.end(), fd); it != held_.end()) held_.erase(it);
+  }
+  void CloseAll();
+
+  std::vector<int> held_;
+};
+
+// Held numbers as many as the span from the lowest to the highest fill it (no two open
+// descriptors share a number), so close_range closes ours and nothing else. They do in a
+// single-threaded process, which is given the lowest free number each time. Otherwise,
+// and on a kernel without close_range, each is closed on its own.
+void WalkDescriptors::CloseAll() {
+  if (held_.empty()) return;
+  const auto [low, high] = std::minmax_element(held_.begin(), held_.end());
+  if (static_cast<size_t>(*high - *low) + 1 != held_.size() ||
+      ::close_range(static_cast<unsigned>(*low), static_cast<unsigned>(*high), 0) != 0) {
+    for (const int fd : held_) ::close(fd);
+  }
+  held_.clear();
+}
+
 PathWalkResult Failed(Status status, int error) {
   PathWalkResult result;
   result.status = status;
@@ -72,6 +128,8 @@ PathWalkResult Found(Descriptor item, const struct stat& st, bool isRoot) {
   result.item = std::move(item);
   result.type = st.st_mode & S_IFMT;
   result.isRoot = isRoot;
+  result.device = st.st_dev;
+  result.inode = st.st_ino;
   return result;
 }
 
@@ -110,31 +168,32 @@ PathWalkResult WalkPath(const std::string& path, const PathWalkRules& rules) {
 
   std::vector<std::string> names;
   PushNames(path, names);
-  // "/" is root's on any system this runs on, so it is not checked: that saves three
-  // system calls of every walk. Names are looked up in it by their absolute path.
-  Descriptor folder(AT_FDCWD);
+  WalkDescriptors opened;
+  // "/" is root's on any system this runs on, so it is not checked: that saves two system
+  // calls of every walk. Names are looked up in it by their absolute path.
+  int folder = AT_FDCWD;
   struct stat folderStat {};
   std::string walked;
   int links = 0;
   while (!names.empty()) {
-    const bool atRoot = folder.Get() == AT_FDCWD;
+    const bool atRoot = folder == AT_FDCWD;
     const std::string name = std::move(names.back());
     names.pop_back();
     const std::string lookup = atRoot ? "/" + name : name;
-    Descriptor next(::openat(folder.Get(), lookup.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    int next = opened.Hold(::openat(folder, lookup.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     bool made = false;
-    if (next.Get() < 0 && errno == ENOENT && rules.createFolders) {
-      made = ::mkdirat(folder.Get(), lookup.c_str(), 0700) == 0;
+    if (next < 0 && errno == ENOENT && rules.createFolders) {
+      made = ::mkdirat(folder, lookup.c_str(), 0700) == 0;
       if (!made && errno != EEXIST) return Failed(Status::kFailed, errno);
-      next.Reset(::openat(folder.Get(), lookup.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+      next = opened.Hold(::openat(folder, lookup.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     }
-    if (next.Get() < 0) return Failed(errno == ENOENT ? Status::kMissing : Status::kFailed, errno);
+    if (next < 0) return Failed(errno == ENOENT ? Status::kMissing : Status::kFailed, errno);
     struct stat st;
-    if (::fstat(next.Get(), &st) != 0) return Failed(Status::kFailed, errno);
+    if (::fstat(next, &st) != 0) return Failed(Status::kFailed, errno);
     const std::string here = walked.empty() ? "/" + name : walked + "/" + name;
     const bool link = S_ISLNK(st.st_mode);
     if (link && !rules.followLastLink && OnlyDotsLeft(names)) {
-      return Found(std::move(next), st, false);  // the link itself is the item
+      return Found(opened.HandOut(next), st, false);  // the link itself is the item
     }
     if ((link || rules.foldersOwned) && !IsOwned(st)) {
       PathWalkResult result = Failed(Status::kNotTrusted, EACCES);
@@ -145,29 +204,31 @@ PathWalkResult WalkPath(const std::string& path, const PathWalkRules& rules) {
     if (link) {
       std::string target;
       if (++links > kMaxLinks) return Failed(Status::kFailed, ELOOP);
-      if (!ReadLink(next.Get(), target)) return Failed(Status::kFailed, errno ? errno : ENAMETOOLONG);
+      if (!ReadLink(next, target)) return Failed(Status::kFailed, errno ? errno : ENAMETOOLONG);
       if (target.front() == '/') {
-        folder.Reset(AT_FDCWD);
+        folder = AT_FDCWD;
         walked.clear();
       }
       PushNames(target, names);
+      opened.Trim(folder);
       continue;
     }
-    if (names.empty() && !rules.foldersOwned) return Found(std::move(next), st, false);
+    if (names.empty() && !rules.foldersOwned) return Found(opened.HandOut(next), st, false);
     if (!S_ISDIR(st.st_mode)) return Failed(Status::kFailed, ENOTDIR);
-    if (made && !MakePrivate(next.Get())) return Failed(Status::kFailed, errno);
-    folder = std::move(next);
+    if (made && !MakePrivate(next)) return Failed(Status::kFailed, errno);
+    folder = next;
+    opened.Trim(folder);
     folderStat = st;
     walked = here;
   }
-  if (folder.Get() == AT_FDCWD) {
+  if (folder == AT_FDCWD) {
     // The path ends at "/" itself.
     Descriptor root(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
     struct stat st;
     if (root.Get() < 0 || ::fstat(root.Get(), &st) != 0) return Failed(Status::kFailed, errno);
     return Found(std::move(root), st, true);
   }
-  return Found(std::move(folder), folderStat, false);
+  return Found(opened.HandOut(folder), folderStat, false);
 }
 
 }  // namespace grantwright

@@ -49,11 +49,15 @@ struct PathWalkResult {
   Descriptor item;         // an O_PATH descriptor of the item, for kFound
   mode_t type = 0;         // the item's file type (S_IFMT bits)
   bool isRoot = false;     // the item is "/" itself
+  dev_t device = 0;        // the item's device and inode, as the walk checked it
+  ino_t inode = 0;
   std::string culprit;     // for kNotTrusted: the path, as walked, of the item refused
   uid_t owner = 0;         // its owner
 };
 
-// Walks the absolute `path` by `rules`. A path that is not absolute fails (EINVAL).
+// Walks the absolute `path` by `rules`. A path that is not absolute fails (EINVAL). However
+// it ends, no descriptor the walk opened is left open but `item`, and none it did not
+// open is closed.
 PathWalkResult WalkPath(const std::string& path, const PathWalkRules& rules);
 
 }  // namespace grantwright

@@ -6,9 +6,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+
+#include "platform/Descriptor.h"
 #include "platform/FolderItem.h"
 #include "support/TestSupport.h"
 
@@ -26,7 +30,8 @@ std::pair<dev_t, ino_t> IdOf(int fd, const char* path = "") {
 
 // Every way a walk ends: folders and links of root and of this user are gone through to the
 // folder they name, those of another user stop it with their path, and anything that is no
-// folder fails it.
+// folder fails it. However it ends, it leaves open no descriptor but the folder's, also when
+// another descriptor sits among the numbers it was given (which it must not close).
 TEST(OwnedFolder, WalksOnlyThroughFoldersAndLinksOfRootOrItself) {
   GRANTWRIGHT_REQUIRE_ROOT();
   const passwd* nobody = ::getpwnam("nobody");
@@ -53,17 +58,30 @@ TEST(OwnedFolder, WalksOnlyThroughFoldersAndLinksOfRootOrItself) {
       {"relative/path", true, Status::kFailed},        {"/", false, Status::kFailed},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.path);
-    const OwnedFolder folder(row.path, row.create);
-    EXPECT_EQ(folder.Result(), row.status);
-    EXPECT_EQ(folder.Culprit(), row.culprit);
-    if (!row.culprit.empty()) {
-      EXPECT_EQ(folder.OwnerId(), nobody->pw_uid);
+    for (const bool gap : {false, true}) {
+      SCOPED_TRACE(row.path + (gap ? " after a gap" : ""));
+      Descriptor freed(gap ? ::open("/", O_PATH) : -1);
+      const Descriptor other(gap ? ::open("/", O_PATH) : -1);
+      freed.Reset(-1);
+      const std::vector<int> before = OpenDescriptors();
+      {
+        const OwnedFolder folder(row.path, row.create);
+        EXPECT_EQ(folder.Result(), row.status);
+        EXPECT_EQ(folder.Culprit(), row.culprit);
+        if (!row.culprit.empty()) {
+          EXPECT_EQ(folder.OwnerId(), nobody->pw_uid);
+        }
+        std::vector<int> open = before;
+        if (row.status == Status::kOpen) {
+          EXPECT_EQ(IdOf(folder.Descriptor()), IdOf(AT_FDCWD, (dir / "mine").c_str()));
+          EXPECT_EQ(std::make_pair(folder.Id().device, folder.Id().inode), IdOf(folder.Descriptor()));
+          open.insert(std::upper_bound(open.begin(), open.end(), folder.Descriptor()), folder.Descriptor());
+        }
+        EXPECT_EQ(folder.IsOpen(), folder.Descriptor() >= 0);
+        EXPECT_EQ(OpenDescriptors(), open);
+      }
+      EXPECT_EQ(OpenDescriptors(), before);
     }
-    if (row.status == Status::kOpen) {
-      EXPECT_EQ(IdOf(folder.Descriptor()), IdOf(AT_FDCWD, (dir / "mine").c_str()));
-    }
-    EXPECT_EQ(folder.IsOpen(), folder.Descriptor() >= 0);
   }
   // Nothing was made below another user's folder or through a file.
   EXPECT_NE(::access((dir / "theirs/below").c_str(), F_OK), 0);
@@ -87,6 +105,17 @@ TEST(OwnedFolder, MakesMissingFoldersPrivate) {
     EXPECT_EQ(st.st_uid, ::geteuid()) << path;
   }
   EXPECT_EQ(IdOf(folder.Descriptor()), IdOf(AT_FDCWD, (dir / "a/b/c").c_str()));
+
+  // However deep the path, the walk holds only a few descriptors at a time.
+  std::string deep = dir / "deep";
+  for (int depth = 0; depth < 200; ++depth) deep += "/d";
+  rlimit limit{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+  const rlimit few{OpenDescriptors().size() + 24, limit.rlim_max};  // about 24 free numbers
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+  const bool walked = OwnedFolder(deep, true).IsOpen();
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+  EXPECT_TRUE(walked);
 }
 
 // Owner, group and mode of `path`: "uid gid mode", the mode in octal.

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <filesystem>
 
+#include "platform/PreferenceFiles.h"
 #include "prefs/PrefsTestSupport.h"
 
 namespace grantwright::testing {
@@ -45,6 +47,31 @@ TEST(PreferenceStore, FlushWritesOnlyWhatChangesTheFile) {
   ASSERT_TRUE(anew) << "nothing written where the folder was";
   EXPECT_EQ(anew->Count(), 1u);
   EXPECT_EQ(PlistutilXml(moved + "/" + kTestDomain + ".plist").find("<integer>3</integer>"), std::string::npos);
+}
+
+// The store's folder, once walked, is taken again through the descriptor kept till its path
+// leads elsewhere: then it is walked anew and the folder left behind is closed, so a
+// long-running process holds one folder open however often its store moves.
+TEST(PreferenceStore, TakesItsFolderAgainAndClosesTheOneReplaced) {
+  ScopedConfigHome home;
+  PreferenceFiles::Location location;
+  ASSERT_TRUE(PreferenceFiles::Locate(kTestDomain, false, false, location));
+  int kept = -1;
+  {
+    const OwnedFolder first = PreferenceFiles::OpenFolder(location, true);
+    ASSERT_TRUE(first.IsOpen());
+    kept = first.Descriptor();
+    EXPECT_EQ(PreferenceFiles::OpenFolder(location, false).Descriptor(), kept);
+  }
+  const std::vector<int> open = OpenDescriptors();
+  EXPECT_TRUE(std::ranges::count(open, kept));
+  ASSERT_EQ(::rename(home.Folder().c_str(), (home.Folder() + ".moved").c_str()), 0);
+  {
+    const OwnedFolder anew = PreferenceFiles::OpenFolder(location, true);
+    ASSERT_TRUE(anew.IsOpen());
+    EXPECT_EQ(PreferenceFiles::OpenFolder(location, false).Descriptor(), anew.Descriptor());
+  }
+  EXPECT_EQ(OpenDescriptors().size(), open.size());
 }
 
 // Each scope of user and host flushes to a file of its own, readable by another reader;

@@ -1,5 +1,6 @@
 #include "support/TestSupport.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -9,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -223,6 +225,20 @@ LogCapture::LogCapture() {
 LogCapture::~LogCapture() { SetLogSink(std::move(previous_)); }
 
 bool IsRoot() { return ::geteuid() == 0; }
+
+std::vector<int> OpenDescriptors() {
+  std::vector<int> open;
+  DIR* listing = ::opendir("/proc/self/fd");
+  if (listing == nullptr) throw std::runtime_error("/proc/self/fd cannot be listed");
+  while (const dirent* entry = ::readdir(listing)) {
+    if (entry->d_name[0] == '.') continue;
+    const int fd = std::atoi(entry->d_name);
+    if (fd != ::dirfd(listing)) open.push_back(fd);
+  }
+  ::closedir(listing);
+  std::sort(open.begin(), open.end());
+  return open;
+}
 
 namespace {
 

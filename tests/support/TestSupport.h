@@ -89,6 +89,9 @@ class LogCapture {
 
 bool IsRoot();
 
+// The numbers of this process's open descriptors, in order, as /proc/self/fd lists them.
+std::vector<int> OpenDescriptors();
+
 // A value as compact text: 'string' (untagged'string' when not UTF-8), i3 (Int32 and
 // Int64), d0.25, f0.5, c255, true, t<unix seconds of its moment>, m<bytes>, pic<w>x<h>,
 // {key=value,...}, [value,...], nil.
