@@ -49,6 +49,8 @@ String ReadRemainderZRN(const BinaryStreamRef& stream, const TextEncoding* encod
 
 namespace {
 
+constexpr const char* kCannotRead = "Please ensure you have adequate permissions to access this file.";
+
 bool Fail(const char* secondSentence, bool showErrorDialog) {
   const String message = String("The chosen file cannot be read.") + EndOfLine + EndOfLine + secondSentence;
   System::DebugLog(message);
@@ -64,24 +66,33 @@ bool ReadContentsSmartZRN(const FolderItemRef& file, String& contents,
   contents = String();
   constexpr const char* kNotFound = "ReadContentsSmartZRN() failed as the file was not found or readable.";
   if (!file) return Fail(kNotFound, showErrorDialog);
+  // The open itself tells a file that is not there, or that this process may not read,
+  // from one that cannot be read: one system call where a look and a check took two more.
+  BinaryStreamRef stream;
   try {
-    // The open itself tells a file that is not there, or that this process may not read,
-    // from one that cannot be read: one system call where a look and a check took two more.
-    BinaryStreamRef stream;
-    try {
-      stream = BinaryStream::Open(file, /*readWrite=*/false);
-    } catch (const IOException& e) {
-      switch (e.ErrorNumber()) {
-        case ENOENT: case ENOTDIR: case ELOOP: case ENAMETOOLONG: case EACCES: case EPERM:
-          return Fail(kNotFound, showErrorDialog);
-      }
-      throw;
+    stream = BinaryStream::Open(file, /*readWrite=*/false);
+  } catch (const IOException& e) {
+    switch (e.ErrorNumber()) {
+      case ENOENT: case ENOTDIR: case ELOOP: case ENAMETOOLONG: case EACCES: case EPERM:
+        return Fail(kNotFound, showErrorDialog);
     }
-    const TextEncoding* found = ReadEncodingBitsZRN(stream);
+    return Fail(kCannotRead, showErrorDialog);
+  }
+  return ReadContentsSmartZRN(stream, contents, overrideEncoding, showErrorDialog, replaceLineEndings,
+                              forceUTF8);
+}
+
+bool ReadContentsSmartZRN(const BinaryStreamRef& stream, String& contents,
+                          const TextEncoding* overrideEncoding, bool showErrorDialog,
+                          bool replaceLineEndings, bool forceUTF8) {
+  contents = String();
+  try {
+    const TextEncoding* found = ReadEncodingBitsZRN(NonNil(stream));
     contents = ReadRemainderZRN(stream, found);
     stream->Close();
   } catch (const IOException&) {
-    return Fail("Please ensure you have adequate permissions to access this file.", showErrorDialog);
+    contents = String();
+    return Fail(kCannotRead, showErrorDialog);
   }
   if (overrideEncoding != nullptr && contents.Encoding() != overrideEncoding) {
     contents = DefineEncoding(contents, overrideEncoding);

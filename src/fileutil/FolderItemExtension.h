@@ -36,6 +36,11 @@ String ReadRemainderZRN(const BinaryStreamRef& stream, const TextEncoding* encod
 bool ReadContentsSmartZRN(const FolderItemRef& file, String& contents,
                           const TextEncoding* overrideEncoding, bool showErrorDialog,
                           bool replaceLineEndings, bool forceUTF8);
+// The same from a stream already open (and at any position: it is read from the start), for
+// a caller that looked at its length first. It is closed once read.
+bool ReadContentsSmartZRN(const BinaryStreamRef& stream, String& contents,
+                          const TextEncoding* overrideEncoding, bool showErrorDialog,
+                          bool replaceLineEndings, bool forceUTF8);
 
 // The item's native path; with `abbreviateHome`, a path that begins with the path of the
 // user's real home folder (UserHomeActualZRN; compared ignoring case, character by
