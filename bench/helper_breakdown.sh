@@ -15,10 +15,13 @@ build=${2:-build}
 branch=${3:-}
 cmake --build "$build" --target grantwright-helper baseline_helper_job_static \
   baseline_helper_acl_job_static baseline_start_and_exit_static spawn_timer >/dev/null
-helper=$PWD/$build/grantwright-helper
-bench=$PWD/$build/bench
-
 source bench/job_scene.sh
+helper=$(installed "$build/grantwright-helper")
+for program in baseline_helper_job_static baseline_helper_acl_job_static baseline_start_and_exit_static; do
+  installed "$build/bench/$program" >/dev/null
+done
+bench=$work/bin
+timer=$PWD/$build/bench/spawn_timer
 if [ "$branch" = "-a" ]; then
   a=("$helper" -a -f "$work/job.xml")
   b=("$bench/baseline_helper_acl_job_static" "$work/job.xml" "$file" "$acl")
@@ -49,10 +52,10 @@ done
 # The helper given no arguments loads its preferences, refuses the command line and exits:
 # everything of a run but the job.
 echo "== the start alone: the helper with no arguments | a static C program that only exits"
-"$bench/spawn_timer" "$runs" "$helper" -- "$bench/baseline_start_and_exit_static" | sed 's/^/  /'
+"$timer" "$runs" "$helper" -- "$bench/baseline_start_and_exit_static" | sed 's/^/  /'
 echo "== the job alone: the run | the start alone, for the helper and for C"
-"$bench/spawn_timer" "$runs" "${a[@]}" -- "$helper" | sed 's/^/  helper /'
-"$bench/spawn_timer" "$runs" "${b[@]}" -- "$bench/baseline_start_and_exit_static" | sed 's/^/  C      /'
+"$timer" "$runs" "${a[@]}" -- "$helper" | sed 's/^/  helper /'
+"$timer" "$runs" "${b[@]}" -- "$bench/baseline_start_and_exit_static" | sed 's/^/  C      /'
 
 echo "== where the helper's samples land ($runs runs, cpu-clock), top 30"
 perf record -q -e cpu-clock -F 20000 -o "$work/perf.data" -- bash -c "$(declare -f loop); runs=$runs; loop $(printf '%q ' "${a[@]}")" >/dev/null 2>&1

@@ -8,7 +8,8 @@
 # The bar is each C program linked fully static, as the helper is; the same program linked
 # as usual is printed for reference. Each pair runs alternately, <runs> times each (default
 # 1000, at least 500), and the ratio of median wall times is printed with median page
-# faults; the system calls of one run of each come from strace -c.
+# faults; the system calls of one run of each come from strace -c. Every program is timed as
+# an installed copy (bench/job_scene.sh says why).
 #   bench/helper_vs_c.sh [runs] [build folder]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -18,10 +19,13 @@ build=${2:-build}
 
 cmake --build "$build" --target grantwright-helper spawn_timer baseline_helper_job \
   baseline_helper_job_static baseline_helper_acl_job baseline_helper_acl_job_static >/dev/null
-helper=$PWD/$build/grantwright-helper
-bench=$PWD/$build/bench
-
 source bench/job_scene.sh
+helper=$(installed "$build/grantwright-helper")
+for base in baseline_helper_job baseline_helper_acl_job; do
+  for variant in _static ""; do installed "$build/bench/$base$variant" >/dev/null; done
+done
+bench=$work/bin
+timer=$PWD/$build/bench/spawn_timer
 
 syscalls() { strace -f -c -U calls,name -o "$work/strace" "$@" >/dev/null 2>&1; awk '$2 == "total" {print $1}' "$work/strace"; }
 
@@ -34,7 +38,7 @@ compare() {  # <label> <helper args...> -- <baseline name> <baseline args...>
   echo "== $label: helper A, C B ($runs runs each, alternating)"
   for variant in _static ""; do
     echo "-- against $base$variant"
-    "$bench/spawn_timer" "$runs" "$helper" "${helper_args[@]}" -- "$bench/$base$variant" "$@"
+    "$timer" "$runs" "$helper" "${helper_args[@]}" -- "$bench/$base$variant" "$@"
   done
   if command -v strace >/dev/null; then
     echo "system calls: helper $(syscalls "$helper" "${helper_args[@]}"), static C $(syscalls "$bench/${base}_static" "$@"), C $(syscalls "$bench/$base" "$@")"

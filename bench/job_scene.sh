@@ -1,6 +1,7 @@
 # The job both whole-process scripts time, sourced by them: a scratch folder $work (removed
 # on exit) with its own preference store, the file $file, and $work/job.xml naming it with
-# the caller's $owner and $group, a mode, and the list $acl.
+# the caller's $owner and $group, a mode, and the list $acl; and `installed <program>`,
+# which copies a program into $work/bin as an installation would and prints the copy's path.
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export XDG_CONFIG_HOME=$work/config
@@ -21,3 +22,14 @@ cat >"$work/job.xml" <<XML
   <RawACLRights datatype="String">$(encode "$acl")</RawACLRights>
 </Config>
 XML
+
+# Programs are timed as installed copies. A file the linker has just written sits in the
+# page cache in many small pieces, and mapping it at every start costs more than mapping the
+# same bytes written once whole (by install or a package) or read back from disk: the
+# helper, whose start maps its whole image, ran 1.07x slower from the file the link wrote
+# than from a copy of it (the static C programs 1.02x).
+installed() {
+  mkdir -p "$work/bin"
+  install -m 0755 "$1" "$work/bin/"
+  echo "$work/bin/$(basename "$1")"
+}
