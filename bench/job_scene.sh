@@ -23,11 +23,11 @@ cat >"$work/job.xml" <<XML
 </Config>
 XML
 
-# Programs are timed as installed copies. A file the linker has just written sits in the
-# page cache in many small pieces, and mapping it at every start costs more than mapping the
-# same bytes written once whole (by install or a package) or read back from disk: the
-# helper, whose start maps its whole image, ran 1.07x slower from the file the link wrote
-# than from a copy of it (the static C programs 1.02x).
+# Programs are timed as installed copies. How a program's pages came into the page cache
+# changes what mapping them costs at every start: the helper, whose start maps its whole
+# image, ran up to 1.07x slower from a file the linker had written (over and over, in a
+# build folder) than from a copy of it written once, as install or a package writes it (the
+# static C programs up to 1.02x). A copy is what a user runs.
 installed() {
   mkdir -p "$work/bin"
   install -m 0755 "$1" "$work/bin/"
