@@ -293,13 +293,14 @@ bool Acl::SetFile(const FolderItemRef& file, int type) const {
 
   // Everything is built and checked before the first change, so a refused list changes
   // nothing. The file's own lists are read only for what the given ones leave out.
+  const bool whole = HasBaseEntries(lists_->access.get());
   std::string path;
-  if (!HasBaseEntries(lists_->access.get()) || lists_->defaultList) {
+  if (!whole || lists_->defaultList) {
     path = ProcPathOf(fd, st);
     if (path.empty()) return false;
   }
   AclHandle current;
-  if (!HasBaseEntries(lists_->access.get())) {
+  if (!whole) {
     current.reset(acl_get_file(path.c_str(), ACL_TYPE_ACCESS));
     if (!current) ThrowIfOutOfMemory(errno);
     if (!current) return false;
