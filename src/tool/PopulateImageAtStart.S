@@ -1,5 +1,5 @@
-/* The helper's entry point: maps the program's whole image (code, constants, initial data)
- * into the address space with one system call, then starts the C library as usual.
+/* The helper's entry point: maps the program's image (code, constants, initial data) into
+ * the address space with a call or two, then starts the C library as usual.
  *
  * A run of the helper touches code in nearly every 64 kB stretch of its image; each first
  * touch is a page fault, and on virtual machines a fault costs several microseconds,
@@ -9,12 +9,21 @@
  * 1,000 alternating runs). On a kernel without MADV_POPULATE_READ (before 5.14) the call
  * fails and the pages fault in as before.
  *
+ * Mapping costs by the page too. With the run order linked (helper-run-order.ld), the code a
+ * run executes lies together at the start, and the megabyte of code after it, which a
+ * successful run never reaches, is left to fault in if ever needed: two calls, one for the
+ * run's code and one from the code's last page (.fini, which exit runs) through the data.
+ * A run of either branch: 0.97 of the time with the whole image mapped. Without the order
+ * (a linker that does not take it), the whole image in one call.
+ *
  * Nothing here may touch thread-local storage or the stack canary: the C library has not
  * set them up yet. %rdx holds the function the loader asks to run at exit; it is kept. */
 
 #ifdef __CET__
 #include <cet.h>  /* marks the object as ready for indirect-branch tracking, as the rest is */
 #endif
+
+        .weak   grantwright_run_text_end  /* the end of the run order's code, if linked */
 
         .text
         .globl  grantwright_populated_start
@@ -23,10 +32,19 @@ grantwright_populated_start:
         endbr64
         mov     %rdx, %r12
         lea     __executable_start(%rip), %rdi
-        lea     _edata(%rip), %rsi
-        sub     %rdi, %rsi              /* length: through the initialized data */
+        lea     grantwright_run_text_end(%rip), %rsi
+        test    %rsi, %rsi
+        jz      2f                      /* no run order: the whole image at once */
+        sub     %rdi, %rsi              /* length: through the code a run executes */
         mov     $22, %edx               /* MADV_POPULATE_READ */
         mov     $28, %eax               /* SYS_madvise */
+        syscall
+        lea     __etext(%rip), %rdi     /* then from the code's last page (.fini, run at */
+        and     $-4096, %rdi            /* exit) through the constants and the data */
+2:      lea     _edata(%rip), %rsi
+        sub     %rdi, %rsi              /* length: through the initialized data */
+        mov     $22, %edx
+        mov     $28, %eax
         syscall
         mov     %r12, %rdx
         jmp     _start
