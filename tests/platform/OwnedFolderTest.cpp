@@ -29,8 +29,8 @@ std::pair<dev_t, ino_t> IdOf(int fd, const char* path = "") {
 }
 
 // Every way a walk ends: folders and links of root and of this user are gone through to the
-// folder they name, those of another user stop it with their path, and anything that is no
-// folder fails it. However it ends, it leaves open no descriptor but the folder's, also when
+// folder they name, those of another user stop it with their path (also above folders that
+// are root's), and anything that is no folder fails it. However it ends, it leaves open no descriptor but the folder's, also when
 // another descriptor sits among the numbers it was given (which it must not close).
 TEST(OwnedFolder, WalksOnlyThroughFoldersAndLinksOfRootOrItself) {
   GRANTWRIGHT_REQUIRE_ROOT();
@@ -41,6 +41,9 @@ TEST(OwnedFolder, WalksOnlyThroughFoldersAndLinksOfRootOrItself) {
   ASSERT_EQ(::mkdir((dir / "mine").c_str(), 0755), 0);
   ASSERT_EQ(::mkdir((dir / "theirs").c_str(), 0755), 0);
   ASSERT_EQ(::chown((dir / "theirs").c_str(), nobody->pw_uid, nobody->pw_gid), 0);
+  // Folders of root's below theirs: only their ancestry can refuse them.
+  ASSERT_EQ(::mkdir((dir / "theirs/owned").c_str(), 0755), 0);
+  ASSERT_EQ(::mkdir((dir / "theirs/owned/deeper").c_str(), 0755), 0);
   ASSERT_EQ(::symlink("mine", (dir / "my-link").c_str()), 0);
   ASSERT_EQ(::symlink((dir / "mine").c_str(), (dir / "my-absolute-link").c_str()), 0);
   ASSERT_EQ(::symlink("mine", (dir / "their-link").c_str()), 0);
@@ -52,6 +55,8 @@ TEST(OwnedFolder, WalksOnlyThroughFoldersAndLinksOfRootOrItself) {
       {base + "/my-link", false, Status::kOpen},       {base + "/my-absolute-link/", false, Status::kOpen},
       {base + "/theirs", false, Status::kNotOwned, base + "/theirs"},
       {base + "/theirs/below", true, Status::kNotOwned, base + "/theirs"},
+      {base + "/theirs/owned", false, Status::kNotOwned, base + "/theirs"},
+      {base + "/theirs/owned/deeper", true, Status::kNotOwned, base + "/theirs"},
       {base + "/their-link", false, Status::kNotOwned, base + "/their-link"},
       {base + "/mine/missing", false, Status::kMissing}, {base + "/file", false, Status::kFailed},
       {base + "/file/below", true, Status::kFailed},   {base + "/loop", false, Status::kFailed},
