@@ -275,13 +275,15 @@ TEST(Helper, OnlyNamesTheFilesLackAreAskedForElsewhere) {
     EXPECT_EQ(files.executed, std::vector<std::string>{HelperPath()});
     EXPECT_EQ(files.started, 0);
   }
-  // The preference store is opened one name at a time from "/": its first folder by its
-  // absolute path, then each name below it relative to the folder before. A first run also
-  // opens the folders it makes ("."), the file's lock and its temporary file.
-  std::vector<std::string> store;
-  std::istringstream names(std::getenv("XDG_CONFIG_HOME") + std::string("/grantwright/preferences/com.tarnvale.Grantwright.plist"));
+  // The preference store's folder is opened by its whole path once it exists, or else one
+  // name at a time from "/": its first folder by its absolute path, then each name below it
+  // relative to the folder before. A first run also opens the folders it makes ("."), the
+  // file's lock and its temporary file.
+  const std::string folder = std::getenv("XDG_CONFIG_HOME") + std::string("/grantwright/preferences");
+  std::vector<std::string> store{folder};
+  std::istringstream names(folder + "/com.tarnvale.Grantwright.plist");
   for (std::string name; std::getline(names, name, '/');) {
-    if (!name.empty()) store.push_back(store.empty() ? "/" + name : name);
+    if (!name.empty()) store.push_back(store.size() == 1 ? "/" + name : name);
   }
   store.insert(store.end(), {".", store.back() + ".lock", store.back() + ".tmp"});
   // The account files are read once each, by the helper itself: not even nsswitch.conf is
