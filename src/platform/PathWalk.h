@@ -12,6 +12,11 @@
 // (/lib -> usr/lib, /var/run -> /run) are root's and keep working. At most 40 links are
 // followed, as the kernel does.
 //
+// The walk is the rule; two shortcuts give what it would give in fewer calls. A path with
+// no link on it is resolved by the kernel in one call when nothing on it needs checking,
+// and, when every folder must be owned, in one call followed by the owners of the folder
+// found and of its ancestors, read upward from it.
+//
 // "." and ".." are taken as the file system has them (".." of a folder reached through a
 // link is the parent of the link's target, as for the kernel). A trailing "/" reads as a
 // trailing ".".

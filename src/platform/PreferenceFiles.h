@@ -16,8 +16,9 @@
 //
 // No other user can steer the store. Its folder is opened as OwnedFolder does: along a
 // path where every folder and link is owned by root or by the process's effective user
-// (for a process running as root: by root alone), one name at a time and never through a
-// link of another user. A store whose path leaves that is not used: reads find nothing,
+// (for a process running as root: by root alone), never through a link of another user:
+// in one call with the owners checked upward from the folder when no link is on the path,
+// else one name at a time. A store whose path leaves that is not used: reads find nothing,
 // flushes fail, and "Preference store not used: <path> is owned by user <id>" goes to the
 // system log, once per process and path. The files in the folder are opened relative to
 // its descriptor, never through a link (O_NOFOLLOW), and only regular files are read.
