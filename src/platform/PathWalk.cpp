@@ -133,15 +133,21 @@ PathWalkResult Found(Descriptor item, const struct stat& st, bool isRoot) {
   return result;
 }
 
+// The item at `path`, opened by the kernel in one call that refuses every symbolic link
+// but the last, which O_NOFOLLOW gives as itself.
+Descriptor OpenWithoutLinks(const std::string& path) {
+  open_how how{};
+  how.flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
+  how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
+  return Descriptor(static_cast<int>(::syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how)));
+}
+
 // A path with no symbolic link anywhere needs no walk: the kernel resolves it in one call
 // and refuses any link but the last, which O_NOFOLLOW gives as itself. True when that
 // settled the walk; false when a link stands on the way (or openat2 is not available), so
 // the walk has to look at it.
 bool ResolveWithoutLinks(const std::string& path, PathWalkResult& result) {
-  open_how how{};
-  how.flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
-  how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
-  Descriptor item(static_cast<int>(::syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how)));
+  Descriptor item = OpenWithoutLinks(path);
   if (item.Get() < 0) {
     const int error = errno;
     if (error == ELOOP || error == ENOSYS || error == EPERM || error == E2BIG || error == EXDEV) {
@@ -178,10 +184,7 @@ bool ResolveOwnedWithoutLinks(const std::string& path, PathWalkResult& result) {
     start = end + 1;
   }
   if (names == 0 || path.back() == '/') return false;
-  open_how how{};
-  how.flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
-  how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
-  Descriptor folder(static_cast<int>(::syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how)));
+  Descriptor folder = OpenWithoutLinks(path);
   struct stat st;
   if (folder.Get() < 0 || ::fstat(folder.Get(), &st) != 0 || !S_ISDIR(st.st_mode) || !IsOwned(st)) {
     return false;
