@@ -1,5 +1,5 @@
 /* The helper's entry point: maps the program's image (code, constants, initial data) into
- * the address space with a call or two, then starts the C library as usual.
+ * the address space, or the parts of it a run reaches, then starts the C library as usual.
  *
  * A run of the helper touches code in nearly every 64 kB stretch of its image; each first
  * touch is a page fault, and on virtual machines a fault costs several microseconds,
@@ -41,7 +41,7 @@ grantwright_populated_start:
         sub     %rdi, %rsi              /* length: through the code a run executes */
         call    populate
         lea     __etext(%rip), %rsi     /* the code's last page: .fini, which exit runs */
-        mov     %rsi, %rdi
+        lea     -1(%rsi), %rdi
         and     $-4096, %rdi
         sub     %rdi, %rsi
         call    populate
