@@ -37,13 +37,12 @@ DictionaryRef Read(const String& configPath, const std::function<void(const Stri
   }
   // A file found but not opened is tried again by the reader, which says why it fails.
   String text;
-  const bool read =
-      stream ? FolderItemExtension::ReadContentsSmartZRN(stream, text, /*overrideEncoding=*/nullptr,
-                                                         /*showErrorDialog=*/false,
-                                                         /*replaceLineEndings=*/false, /*forceUTF8=*/true)
-             : FolderItemExtension::ReadContentsSmartZRN(configFile, text, /*overrideEncoding=*/nullptr,
-                                                         /*showErrorDialog=*/false,
-                                                         /*replaceLineEndings=*/false, /*forceUTF8=*/true);
+  const auto readFrom = [&text](const auto& source) {
+    return FolderItemExtension::ReadContentsSmartZRN(source, text, /*overrideEncoding=*/nullptr,
+                                                     /*showErrorDialog=*/false,
+                                                     /*replaceLineEndings=*/false, /*forceUTF8=*/true);
+  };
+  const bool read = stream ? readFrom(stream) : readFrom(configFile);
   if (!read) {
     report("Failed to read config file!");
     return nullptr;

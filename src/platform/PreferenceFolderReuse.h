@@ -3,11 +3,11 @@
 // same folder need not walk its path again. A helper run reaches its store twice as it
 // starts (a flush with nothing to write, then the flush of a setting), and each walk opens
 // the folder and checks every folder above it: 6 system calls for the bench's five names
-// (11 when a link on the path makes it go name by name from "/"). Reuse
-// costs none when the folder is kept (the walk brings its identity) and one when it is taken
-// again (the path's), as the kept folder and those handed out share one descriptor; the last
-// one kept stays open till the process ends (bench/helper_vs_c.sh, owner branch: 66 -> 55
-// system calls a run).
+// (11 when a link on the path makes it go name by name from "/"). Reuse costs none when the
+// folder is kept (the walk brings its identity) and one when it is taken again (the path's),
+// as the kept folder and those handed out share one descriptor; the last one kept stays
+// open till the process ends (bench/helper_vs_c.sh, owner branch: 66 -> 55 system calls a
+// run).
 //
 // A kept folder is taken again only while its path still leads to it (the same device and
 // inode by stat): a folder removed, renamed or replaced meanwhile is walked anew, so a
